@@ -1,0 +1,34 @@
+// The module's trace handle "OruMacSecIndexSm" and its trace and assertion macros.
+//
+// ORU_TRACE(level, format, args...) writes through the one handle of the module, naming the source
+// file "OruMacSec/OruMacSecIndexSm", the calling function and line, and the class given by a
+// `kTraceClass` constant in scope (each class of the module defines one). Arguments are evaluated
+// and rendered only when the level is on. ORU_ASSERT(expr) stops the process printing the
+// expression text and the module's source file.
+#pragma once
+
+#include "platform/LogicalFap/LogicalFapId.h"
+#include "platform/Vok/Assert.h"
+#include "platform/Vok/Trace.h"
+#include "platform/Vok/Types.h"
+
+namespace OruMacSec {
+
+inline constexpr char const kSourceFile[] = "OruMacSec/OruMacSecIndexSm";
+inline constexpr char const kTraceHandleName[] = "OruMacSecIndexSm";
+
+// Built on first use; every class of the module traces through it.
+Vok::TraceHandle& traceHandle();
+
+// The hardware-full message, written to both trace channels: once to the platform's ring-buffer
+// trace when one is available, and at level 0 of the text trace when that level is on.
+// `tableId` is the failing table's upper-case identifier ("ESEC_SC_TABLE", ...).
+void traceHardwareFull(char const* tableId, LogicalFap::LogicalFapId logicalFapId,
+                       U16 engineInstance, char const* function, int line);
+
+}  // namespace OruMacSec
+
+#define ORU_TRACE(level, ...) \
+  VOK_TRACE(::OruMacSec::traceHandle(), level, ::OruMacSec::kSourceFile, kTraceClass, __VA_ARGS__)
+
+#define ORU_ASSERT(expr) VOK_ASSERT(expr, ::OruMacSec::kSourceFile)

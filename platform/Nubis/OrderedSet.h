@@ -1,0 +1,106 @@
+// Ordered sets of keys: set attributes of entities that iterate in ascending key order.
+//
+// Each key added or removed is announced through the owning entity's publisher, if it has one.
+// An Iterator remembers the key it stands on and advances to the smallest member greater than
+// that key, so it survives any change of the set: members present for the whole walk are visited
+// exactly once, in ascending order, and no member is visited twice.
+#pragma once
+
+#include <cstddef>
+#include <set>
+
+#include "platform/Nubis/Key.h"
+#include "platform/Nubis/Node.h"
+#include "platform/Nubis/Publisher.h"
+#include "platform/Vok/Assert.h"
+
+namespace Nubis {
+
+template <class K>
+class OrderedSet {
+ public:
+  class Iterator {
+   public:
+    explicit Iterator(OrderedSet const& set) : set_(&set) {
+      auto const first = set.members_.begin();
+      atEnd_ = first == set.members_.end();
+      if (!atEnd_) {
+        key_ = *first;
+      }
+    }
+
+    explicit operator bool() const { return !atEnd_; }
+
+    Iterator& operator++() {
+      if (atEnd_) {
+        return *this;
+      }
+      auto const next = set_->members_.upper_bound(key_);
+      atEnd_ = next == set_->members_.end();
+      if (!atEnd_) {
+        key_ = *next;
+      }
+      return *this;
+    }
+
+    K const& key() const {
+      bool const iter_ = !atEnd_;
+      VOK_ASSERT(iter_, "Nubis/OrderedSet");
+      return key_;
+    }
+    K const& operator*() const { return key(); }
+
+   private:
+    OrderedSet const* set_;
+    K key_{};
+    bool atEnd_ = true;
+  };
+
+  OrderedSet(Node const& owner, AttrId attrId) : owner_(owner), attrId_(attrId) {}
+  OrderedSet(OrderedSet const&) = delete;
+  OrderedSet& operator=(OrderedSet const&) = delete;
+
+  AttrId attrId() const { return attrId_; }
+  std::size_t size() const { return members_.size(); }
+  bool empty() const { return members_.empty(); }
+  bool has(K const& key) const { return members_.count(key) != 0; }
+
+  // Adds `key`; announces it if it was not a member.
+  void add(K const& key) {
+    if (members_.insert(key).second) {
+      announce(key);
+    }
+  }
+
+  // Removes `key`; announces it if it was a member. Returns whether it was.
+  bool del(K const& key) {
+    if (members_.erase(key) == 0) {
+      return false;
+    }
+    announce(key);
+    return true;
+  }
+
+  void delAll() {
+    std::set<K> removed;
+    removed.swap(members_);
+    for (K const& key : removed) {
+      announce(key);
+    }
+  }
+
+  Iterator iter() const { return Iterator(*this); }
+
+ private:
+  void announce(K const& key) const {
+    if (Publisher* const publisher = owner_.publisher()) {
+      publisher->notify(attrId_, Key::of(key));
+    }
+  }
+
+  Node const& owner_;
+  AttrId const attrId_;
+  std::set<K> members_;
+};
+
+}  // namespace Nubis

@@ -1,0 +1,77 @@
+// Records what the index manager writes to its trace and log while a test runs.
+//
+// A Capture switches the given levels of the "OruMacSecIndexSm" trace on, installs itself as trace
+// and log sink, and undoes both when it goes, so tests do not depend on each other's settings.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "OruMacSec/OruMacSecTrace.h"
+#include "platform/Vok/Log.h"
+#include "platform/Vok/Trace.h"
+
+namespace testsupport {
+
+struct CapturedTrace {
+  U16 level;
+  std::string className;
+  std::string function;
+  std::string text;
+};
+
+struct CapturedLog {
+  std::string name;
+  std::string text;
+};
+
+class Capture : public Vok::TraceSink, public Vok::LogSink {
+ public:
+  explicit Capture(Vok::TraceLevelMask levels = 0) {
+    Vok::traceLevelsIs(OruMacSec::kTraceHandleName, levels);
+    Vok::traceSinkAdd(*this);
+    Vok::logSinkAdd(*this);
+  }
+  ~Capture() override {
+    Vok::logSinkRemove(*this);
+    Vok::traceSinkRemove(*this);
+    Vok::traceLevelsIs(OruMacSec::kTraceHandleName, 0);
+  }
+  Capture(Capture const&) = delete;
+  Capture& operator=(Capture const&) = delete;
+
+  void traceWritten(Vok::TraceRecord const& record) override {
+    traces.push_back({record.level, record.className, record.function, std::string(record.text)});
+  }
+  void logWritten(Vok::LogRecord const& record) override {
+    logs.push_back({std::string(record.name), std::string(record.text)});
+  }
+
+  // The texts of the traces written at `level`, in order.
+  std::vector<std::string> texts(U16 level) const {
+    std::vector<std::string> out;
+    for (auto const& trace : traces) {
+      if (trace.level == level) {
+        out.push_back(trace.text);
+      }
+    }
+    return out;
+  }
+  // The names of the log messages raised, in order.
+  std::vector<std::string> logNames() const {
+    std::vector<std::string> out;
+    for (auto const& log : logs) {
+      out.push_back(log.name);
+    }
+    return out;
+  }
+  void clear() {
+    traces.clear();
+    logs.clear();
+  }
+
+  std::vector<CapturedTrace> traces;
+  std::vector<CapturedLog> logs;
+};
+
+}  // namespace testsupport

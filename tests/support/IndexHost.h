@@ -1,0 +1,155 @@
+// A host of the index manager for tests: the shared input state, the published status, a chip
+// policy per logical FAP that a test configures, and the IndexSm derivation that hands them out.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "OruMacSec/OruMacSecIndexSm.h"
+
+namespace testsupport {
+
+inline Portix::IntfId intf(std::string const& name) { return Portix::IntfId(name); }
+inline LogicalFap::LogicalFapId fap(U16 id) { return LogicalFap::LogicalFapId(id); }
+
+// What a test chip looks like. Engines serve ports by number modulo the engine count, so a port
+// and its subinterfaces share an engine; `engineOf` overrides that per interface. Static indexes
+// come from `staticIndexOf`, or port number + subinterface number * 100.
+struct ChipConfig {
+  U16 engines = 1;
+  U16 isecDisabledIndex = 255;
+  U16 esecDisabledIndex = 255;
+  bool perPortDisabled = false;
+  bool staticAllocation = false;
+  std::map<Portix::IntfId, U16> engineOf;
+  std::map<Portix::IntfId, U16> staticIndexOf;
+};
+
+inline ChipConfig chip(U16 engines, U16 isecDisabledIndex, U16 esecDisabledIndex,
+                       bool perPortDisabled = false, bool staticAllocation = false) {
+  ChipConfig config;
+  config.engines = engines;
+  config.isecDisabledIndex = isecDisabledIndex;
+  config.esecDisabledIndex = esecDisabledIndex;
+  config.perPortDisabled = perPortDisabled;
+  config.staticAllocation = staticAllocation;
+  return config;
+}
+
+class TestPolicy : public OruMacSec::IndexHelper {
+ public:
+  TestPolicy(LogicalFap::LogicalFapId id, ChipConfig config)
+      : IndexHelper(id, config.isecDisabledIndex, config.esecDisabledIndex),
+        config_(std::move(config)) {}
+
+  U16 intfIdToEngineInstance(Portix::IntfId id) const override {
+    auto const found = config_.engineOf.find(id);
+    if (found != config_.engineOf.end()) {
+      return found->second;
+    }
+    return U16((getParentIntfId(id).value() >> 32) % config_.engines);
+  }
+  U16 numEngineInstances() const override { return config_.engines; }
+  bool useStaticIndexAllocation() const override { return config_.staticAllocation; }
+  U16 staticIndex(Portix::IntfId id) const override {
+    auto const found = config_.staticIndexOf.find(id);
+    if (found != config_.staticIndexOf.end()) {
+      return found->second;
+    }
+    return U16((id.value() >> 32) + (id.value() & 0xffffffffu) * 100);
+  }
+  bool esecDisabledIndexPerPortRequired() const override { return config_.perPortDisabled; }
+
+  ChipConfig& config() { return config_; }
+
+ private:
+  ChipConfig config_;
+};
+
+// Hands out one policy object per FAP, made from the configuration the test set for that FAP
+// (or a default one), and keeps it until the test replaces it.
+class TestIndexSm : public OruMacSec::IndexSm {
+ public:
+  using IndexSm::IndexSm;
+
+  Nubis::Ptr<OruMacSec::IndexHelper> getIndexHelper(LogicalFap::LogicalFapId id) override {
+    ++getIndexHelperCalls;
+    auto& policy = policies[id.value()];
+    if (!policy) {
+      policy = Nubis::Ptr<TestPolicy>(new TestPolicy(id, configs[id.value()]));
+    }
+    return policy;
+  }
+
+  std::map<U16, ChipConfig> configs;
+  std::map<U16, Nubis::Ptr<TestPolicy>> policies;
+  int getIndexHelperCalls = 0;
+};
+
+// The shared state of a switch and, while started, the agent's IndexSm over it.
+struct IndexHost {
+  Nubis::Ptr<LogicalFap::LogicalFapOrderedCol> faps{new LogicalFap::LogicalFapOrderedCol};
+  Nubis::Ptr<Macsec::Status> macsec{new Macsec::Status};
+  Nubis::Ptr<OruMacSec::IndexStatus> status{new OruMacSec::IndexStatus};
+  Nubis::Ptr<TestIndexSm> sm;
+  std::map<U16, ChipConfig> configs;
+
+  // Builds the agent with the configured chips and starts it.
+  void start() {
+    sm = Nubis::Ptr<TestIndexSm>(new TestIndexSm(faps, status, macsec));
+    sm->configs = configs;
+    sm->hasNotificationActiveIs(true);
+    sm->handleInitialized();
+  }
+  void stop() { sm = nullptr; }
+
+  Nubis::Ptr<LogicalFap::IntfIdOrderedCol> addFap(U16 id, std::vector<std::string> const& names = {}) {
+    auto set = faps->logicalFapIs(fap(id));
+    for (auto const& name : names) {
+      set->intfIdIs(intf(name));
+    }
+    return set;
+  }
+  void addIntf(U16 id, std::string const& name) { faps->logicalFap(fap(id))->intfIdIs(intf(name)); }
+  void delIntf(U16 id, std::string const& name) {
+    faps->logicalFap(fap(id))->intfIdDel(intf(name));
+  }
+  void macsecOn(std::string const& name) { macsec->cpStatusIs(intf(name)); }
+  void macsecOff(std::string const& name) { macsec->cpStatusDel(intf(name)); }
+
+  Nubis::Ptr<OruMacSec::IndexFapStatus> fapStatus(U16 id) const {
+    return status->indexFapStatus(fap(id));
+  }
+  Nubis::Ptr<OruMacSec::IndexFapSm> fapSm(U16 id) const { return sm->indexFapSm(fap(id)); }
+  Nubis::Ptr<OruMacSec::EngineResources> engine(U16 id, U16 engineInstance) const {
+    return fapSm(id)->oruMacSecEngineResources(engineInstance);
+  }
+
+  // The egress record of an interface, if it has one.
+  std::optional<OruMacSec::EsecIndexInfo> esec(U16 id, std::string const& name) const {
+    OruMacSec::SecIntfId const key(intf(name));
+    if (!fapStatus(id)->esecIndexInfoHas(key)) {
+      return std::nullopt;
+    }
+    return fapStatus(id)->esecIndexInfo(key);
+  }
+  std::optional<OruMacSec::IsecIndexInfo> isec(U16 id, std::string const& name) const {
+    OruMacSec::SecIntfId const key(intf(name));
+    if (!fapStatus(id)->isecIndexInfoHas(key)) {
+      return std::nullopt;
+    }
+    return fapStatus(id)->isecIndexInfo(key);
+  }
+  // The port's egress disabled entry, if it has one.
+  std::optional<OruMacSec::EsecIndexInfo> disabled(U16 id, std::string const& name) const {
+    OruMacSec::SecIntfId const key(intf(name));
+    if (!fapStatus(id)->esecLoopbackDisabledIndexInfoHas(key)) {
+      return std::nullopt;
+    }
+    return fapStatus(id)->esecLoopbackDisabledIndexInfo(key);
+  }
+};
+
+}  // namespace testsupport

@@ -2,4 +2,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(LogCatalogue, HasSevenEntries) { EXPECT_EQ(OruMacSec::kLogCatalogueSize, 7u); }
+TEST(LogCatalogue, HasSevenEntries) {
+  EXPECT_EQ(OruMacSec::kLogCatalogueSize, 7u);
+}

@@ -165,8 +165,7 @@ TEST_F(IndexSmTest, ServingAFapWithOtherInputsIsAReinstantiation) {
   EXPECT_THROW(host_.sm->indexFapSmIs(fap(1), machine->intfIdCol(), machine->macsecStatus(),
                                       machine->indexFapStatus(), other),
                Vok::MutatorReinstantiatingError);
-  Nubis::Ptr<LogicalFap::IntfIdOrderedCol const> otherSet(
-      new LogicalFap::IntfIdOrderedCol(fap(1)));
+  Nubis::Ptr<LogicalFap::IntfIdOrderedCol const> otherSet(new LogicalFap::IntfIdOrderedCol(fap(1)));
   try {
     host_.sm->indexFapSmIs(fap(1), otherSet, nullptr, nullptr, other);
     FAIL() << "expected the reinstantiation error";
@@ -182,7 +181,8 @@ TEST_F(IndexSmTest, ServingAFapWithOtherInputsIsAReinstantiation) {
 TEST_F(IndexSmTest, ANewPolicyObjectForAServedFapStopsTheProcess) {
   host_.start();
   host_.addFap(1);
-  host_.sm->policies[1] = Nubis::Ptr<testsupport::TestPolicy>(new testsupport::TestPolicy(fap(1), {}));
+  host_.sm->policies[1] =
+      Nubis::Ptr<testsupport::TestPolicy>(new testsupport::TestPolicy(fap(1), {}));
   // As if another agent rewrote the FAP's entry: the notification reaches a served FAP.
   EXPECT_DEATH(host_.faps->publisher()->notify(LogicalFap::LogicalFapOrderedCol::kLogicalFapAttr,
                                                Nubis::Key::of(fap(1))),

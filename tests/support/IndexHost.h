@@ -2,6 +2,7 @@
 // policy per logical FAP that a test configures, and the IndexSm derivation that hands them out.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -11,8 +12,12 @@
 
 namespace testsupport {
 
-inline Portix::IntfId intf(std::string const& name) { return Portix::IntfId(name); }
-inline LogicalFap::LogicalFapId fap(U16 id) { return LogicalFap::LogicalFapId(id); }
+inline Portix::IntfId intf(std::string const& name) {
+  return Portix::IntfId(name);
+}
+inline LogicalFap::LogicalFapId fap(U16 id) {
+  return LogicalFap::LogicalFapId(id);
+}
 
 // What a test chip looks like. Engines serve ports by number modulo the engine count, so a port
 // and its subinterfaces share an engine; `engineOf` overrides that per interface. Static indexes
@@ -25,6 +30,8 @@ struct ChipConfig {
   bool staticAllocation = false;
   std::map<Portix::IntfId, U16> engineOf;
   std::map<Portix::IntfId, U16> staticIndexOf;
+  // Called whenever the engine of an interface is asked, to act as another agent would mid-way.
+  std::function<void(Portix::IntfId)> onEngineAsked;
 };
 
 inline ChipConfig chip(U16 engines, U16 isecDisabledIndex, U16 esecDisabledIndex,
@@ -45,6 +52,9 @@ class TestPolicy : public OruMacSec::IndexHelper {
         config_(std::move(config)) {}
 
   U16 intfIdToEngineInstance(Portix::IntfId id) const override {
+    if (config_.onEngineAsked) {
+      config_.onEngineAsked(id);
+    }
     auto const found = config_.engineOf.find(id);
     if (found != config_.engineOf.end()) {
       return found->second;
@@ -105,7 +115,8 @@ struct IndexHost {
   }
   void stop() { sm = nullptr; }
 
-  Nubis::Ptr<LogicalFap::IntfIdOrderedCol> addFap(U16 id, std::vector<std::string> const& names = {}) {
+  Nubis::Ptr<LogicalFap::IntfIdOrderedCol> addFap(U16 id,
+                                                  std::vector<std::string> const& names = {}) {
     auto set = faps->logicalFapIs(fap(id));
     for (auto const& name : names) {
       set->intfIdIs(intf(name));

@@ -1,0 +1,373 @@
+// Long random event sequences against a full host, checking after every event that no index an
+// interface uses is lost and no table entry is handed to two users.
+//
+// The host has three logical FAPs with different chips and small tables, so that tables run full:
+// FAP 1 dynamic with a shared egress disabled index on two engines, FAP 2 dynamic with per-port
+// egress disabled entries, FAP 3 static. FAPs 1 and 2 serve ports 1 to 4 and their subinterfaces
+// 1 to 3; FAP 3 serves ports 5 to 7 only. (A running static FAP reconciles a subinterface without
+// MACsec only on that subinterface's own changes, while a start reconciles every member; the
+// restart tests show that difference. Keeping static subinterfaces out lets every invariant below
+// hold without exceptions.)
+//
+// The default run is short enough for every CI run. For a long soak, raise the number of cases
+// through rapidcheck's environment variable, e.g. RC_PARAMS="max_success=20000".
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+#include <rapidcheck/state.h>
+
+#include <map>
+#include <regex>
+#include <set>
+
+#include "support/IndexHost.h"
+#include "support/StatusDump.h"
+
+namespace {
+
+using OruMacSec::EsecIndexInfo;
+using OruMacSec::IndexFapStatus;
+using OruMacSec::SecIntfId;
+using OruMacSec::TableIndex;
+using testsupport::chip;
+using testsupport::fap;
+using testsupport::IndexHost;
+using testsupport::intf;
+
+constexpr U16 kSharedFap = 1;
+constexpr U16 kPerPortFap = 2;
+constexpr U16 kStaticFap = 3;
+
+std::vector<std::string> const kDynamicInterfaces = {
+    "Ethernet1",   "Ethernet1.1", "Ethernet1.2", "Ethernet1.3", "Ethernet2",   "Ethernet2.1",
+    "Ethernet2.2", "Ethernet2.3", "Ethernet3",   "Ethernet3.1", "Ethernet3.2", "Ethernet3.3",
+    "Ethernet4",   "Ethernet4.1", "Ethernet4.2", "Ethernet4.3"};
+std::vector<std::string> const kStaticPorts = {"Ethernet5", "Ethernet6", "Ethernet7"};
+
+std::vector<std::string> const& universeOf(U16 fapId) {
+  return fapId == kStaticFap ? kStaticPorts : kDynamicInterfaces;
+}
+
+void configure(IndexHost& host) {
+  host.configs[kSharedFap] = chip(2, 6, 6);
+  host.configs[kPerPortFap] = chip(1, 6, 6, /*perPortDisabled=*/true);
+  host.configs[kStaticFap] = chip(1, 20, 20, false, /*staticAllocation=*/true);
+}
+
+std::string portOf(std::string const& name) {
+  return name.substr(0, name.find('.'));
+}
+bool isSub(std::string const& name) {
+  return name.find('.') != std::string::npos;
+}
+
+// The inputs, as other agents set them.
+struct Model {
+  std::map<U16, std::set<std::string>> sets;
+  std::set<std::string> macsec;
+};
+
+// The host under test, and what it has told the operator: interfaces whose last allocation, with
+// inputs unchanged since, was refused for a full table.
+class Sut : public Vok::LogSink {
+ public:
+  Sut() {
+    configure(host);
+    host.start();
+    Vok::logSinkAdd(*this);
+  }
+  ~Sut() override { Vok::logSinkRemove(*this); }
+
+  void logWritten(Vok::LogRecord const& record) override {
+    static std::regex const full(
+        "Unable to configure MACsec on (\\S+) due to insufficient hardware resources on module "
+        "(\\d+), engine \\d+\\.");
+    std::cmatch match;
+    if (record.name == "MACSEC_INTERFACE_HW_RESOURCE_FULL" &&
+        std::regex_match(record.text.begin(), record.text.end(), match, full)) {
+      refused.insert({U16(std::stoi(match[2])), match[1]});
+    }
+  }
+
+  void checkInvariants(Model const& model);
+  void checkRestart(Model const& model);
+
+  IndexHost host;
+  std::set<std::pair<U16, std::string>> refused;
+};
+
+// --- Invariants ------------------------------------------------------------------------------
+
+bool holdsRecords(IndexFapStatus const& status, std::string const& name) {
+  return status.esecIndexInfoHas(SecIntfId(intf(name)));
+}
+
+void checkRecordPairs(IndexFapStatus const& status) {
+  RC_ASSERT(status.esecIndexInfoSize() == status.isecIndexInfoSize());
+  auto const valid = [](TableIndex index) {
+    return index != TableIndex::unused() && index != TableIndex::invalid();
+  };
+  for (auto record = status.esecIndexInfoIter(); record; ++record) {
+    RC_ASSERT(status.isecIndexInfoHas(record.key()));
+    auto const ingress = status.isecIndexInfo(record.key());
+    RC_ASSERT(ingress.engineInstance() == record->engineInstance());
+    RC_ASSERT(valid(record->esecScIndex()));
+    RC_ASSERT(valid(ingress.isecSpIndex()) && valid(ingress.msSubportNum()) &&
+              valid(ingress.isecScIndex()));
+  }
+  for (auto record = status.esecLoopbackDisabledIndexInfoIter(); record; ++record) {
+    RC_ASSERT(valid(record->esecScIndex()));
+  }
+}
+
+// Within each engine, every entry named by a record or reserved is named once, and the allocator
+// records exactly those.
+void checkBookings(IndexHost const& host, U16 fapId) {
+  auto const& status = *host.fapStatus(fapId);
+  auto const machine = host.fapSm(fapId);
+  auto const& policy = *machine->indexHelper();
+  // Per engine, per table (egress SC, ingress SC, ingress SP, sub-port): the named entries.
+  std::map<U16, std::array<std::multiset<U16>, 4>> named;
+  for (U16 e = 0; e < policy.numEngineInstances(); ++e) {
+    auto& tables = named[e];
+    if (!policy.esecDisabledIndexPerPortRequired()) {
+      tables[0].insert(policy.esecDisabledIndex());
+    }
+    tables[2].insert(policy.isecDisabledIndex());
+    tables[3].insert(policy.isecDisabledIndex());
+  }
+  for (auto record = status.esecIndexInfoIter(); record; ++record) {
+    U16 const engine = policy.intfIdToEngineInstance(record.key().intfId());
+    RC_ASSERT(record->engineInstance() == engine);
+    auto const ingress = status.isecIndexInfo(record.key());
+    named[engine][0].insert(record->esecScIndex().value());
+    named[engine][1].insert(ingress.isecScIndex().value());
+    named[engine][2].insert(ingress.isecSpIndex().value());
+    named[engine][3].insert(ingress.msSubportNum().value());
+  }
+  for (auto record = status.esecLoopbackDisabledIndexInfoIter(); record; ++record) {
+    U16 const engine = policy.intfIdToEngineInstance(record.key().intfId());
+    RC_ASSERT(record->engineInstance() == engine);
+    named[engine][0].insert(record->esecScIndex().value());
+  }
+  for (auto const& [engine, tables] : named) {
+    auto const resources = machine->oruMacSecEngineResources(engine);
+    RC_ASSERT(resources);
+    Nubis::Ptr<OruMacSec::TableResources> const actual[] = {
+        resources->esecScIndex(), resources->isecScIndex(), resources->isecSpIndex(),
+        resources->msSubportNum()};
+    for (std::size_t t = 0; t < 4; ++t) {
+      std::set<U16> const distinct(tables[t].begin(), tables[t].end());
+      RC_ASSERT(distinct.size() == tables[t].size());  // no entry named twice
+      std::set<U16> booked;
+      for (auto entry = actual[t]->allocatedIndexIter(); entry; ++entry) {
+        booked.insert(entry.key());
+      }
+      RC_ASSERT(booked == distinct);
+    }
+  }
+}
+
+void Sut::checkInvariants(Model const& model) {
+  for (auto const& [fapId, members] : model.sets) {
+    auto const status = host.fapStatus(fapId);
+    RC_ASSERT(status);
+    RC_ASSERT(host.fapSm(fapId));
+    checkRecordPairs(*status);
+    checkBookings(host, fapId);
+    auto const eligible = [&](std::string const& name) {
+      return members.count(portOf(name)) != 0 && model.macsec.count(name) != 0;
+    };
+    // Forget refusals that no longer stand: the interface got its indexes or its inputs changed.
+    for (auto it = refused.begin(); it != refused.end();) {
+      bool const stale =
+          it->first == fapId && (holdsRecords(*status, it->second) || !eligible(it->second));
+      it = stale ? refused.erase(it) : std::next(it);
+    }
+    for (auto const& name : universeOf(fapId)) {
+      bool const holds = holdsRecords(*status, name);
+      if (fapId == kStaticFap) {
+        RC_ASSERT(holds == (members.count(name) != 0));
+        continue;
+      }
+      RC_ASSERT(!holds || eligible(name));
+      RC_ASSERT(holds || !eligible(name) || refused.count({fapId, name}) != 0);
+    }
+    for (auto record = status->esecIndexInfoIter(); record; ++record) {
+      auto const name = Portix::valueToStrep(record.key().intfId());
+      auto const& universe = universeOf(fapId);
+      RC_ASSERT(std::find(universe.begin(), universe.end(), name) != universe.end());
+    }
+    // A port holds a disabled entry only on a per-port chip, without an egress record of its own,
+    // while a subinterface of it holds indexes or was refused with its entry already taken.
+    for (auto record = status->esecLoopbackDisabledIndexInfoIter(); record; ++record) {
+      RC_ASSERT(fapId == kPerPortFap);
+      auto const port = Portix::valueToStrep(record.key().intfId());
+      RC_ASSERT(!isSub(port));
+      RC_ASSERT(!holdsRecords(*status, port));
+      bool const justified =
+          std::any_of(kDynamicInterfaces.begin(), kDynamicInterfaces.end(), [&](auto const& s) {
+            return isSub(s) && portOf(s) == port &&
+                   (holdsRecords(*status, s) || refused.count({fapId, s}) != 0);
+          });
+      RC_ASSERT(justified);
+    }
+  }
+  RC_ASSERT(host.status->indexFapStatusSize() == model.sets.size());
+  RC_ASSERT(host.sm->indexFapSmSize() == model.sets.size());
+}
+
+// Across a restart, whatever an interface keeps it keeps unchanged. When no allocation is pending
+// after a refusal and every subinterface that runs MACsec is a member of the sets whose port it
+// shares, nothing at all changes.
+void Sut::checkRestart(Model const& model) {
+  bool const unchanged =
+      refused.empty() && std::all_of(model.sets.begin(), model.sets.end(), [&](auto const& entry) {
+        auto const& members = entry.second;
+        return std::all_of(model.macsec.begin(), model.macsec.end(), [&](auto const& name) {
+          return !isSub(name) || members.count(portOf(name)) == 0 || members.count(name) != 0;
+        });
+      });
+  std::map<std::pair<U16, std::string>, EsecIndexInfo> before;
+  for (auto const& [fapId, members] : model.sets) {
+    auto const status = host.fapStatus(fapId);
+    for (auto record = status->esecIndexInfoIter(); record; ++record) {
+      before[{fapId, Portix::valueToStrep(record.key().intfId())}] = *record;
+    }
+  }
+  auto const published = testsupport::publishedDump(*host.status);
+  auto const booked = testsupport::bookingDump(*host.sm);
+  host.stop();
+  host.start();
+  for (auto const& [key, record] : before) {
+    auto const status = host.fapStatus(key.first);
+    SecIntfId const id(intf(key.second));
+    if (status->esecIndexInfoHas(id) && unchanged) {
+      RC_ASSERT(status->esecIndexInfo(id) == record);
+    }
+  }
+  if (unchanged) {
+    RC_ASSERT(testsupport::publishedDump(*host.status) == published);
+    RC_ASSERT(testsupport::bookingDump(*host.sm) == booked);
+  }
+}
+
+// --- Commands --------------------------------------------------------------------------------
+
+using Command = rc::state::Command<Model, Sut>;
+
+// Runs the event on the host, then checks the invariants against the inputs after the event.
+struct Event : Command {
+  void run(Model const& model, Sut& sut) const final {
+    Model after = model;
+    apply(after);
+    act(after, sut);
+    sut.checkInvariants(after);
+  }
+  virtual void act(Model const& after, Sut& sut) const = 0;
+};
+
+U16 anyFap() {
+  return *rc::gen::inRange<U16>(1, 4);
+}
+
+struct FapAdd : Event {
+  U16 fapId = anyFap();
+  std::vector<std::string> members =
+      *rc::gen::unique<std::vector<std::string>>(rc::gen::elementOf(universeOf(fapId)));
+  void checkPreconditions(Model const& model) const override {
+    RC_PRE(model.sets.count(fapId) == 0);
+  }
+  void apply(Model& model) const override {
+    model.sets[fapId].insert(members.begin(), members.end());
+  }
+  void act(Model const&, Sut& sut) const override {
+    // The FAP arrives with its interfaces, as a FAP whose set was filled before it was announced.
+    sut.host.faps->logicalFapIs(fap(fapId));
+    for (auto const& name : members) {
+      sut.host.addIntf(fapId, name);
+    }
+  }
+  void show(std::ostream& os) const override {
+    os << "fap add " << fapId;
+    for (auto const& name : members) {
+      os << " " << name;
+    }
+  }
+};
+
+struct FapDel : Event {
+  U16 fapId = anyFap();
+  void checkPreconditions(Model const& model) const override {
+    RC_PRE(model.sets.count(fapId) != 0);
+  }
+  void apply(Model& model) const override { model.sets.erase(fapId); }
+  void act(Model const&, Sut& sut) const override { sut.host.faps->logicalFapDel(fap(fapId)); }
+  void show(std::ostream& os) const override { os << "fap del " << fapId; }
+};
+
+struct IntfChange : Event {
+  U16 fapId = anyFap();
+  std::string name = *rc::gen::elementOf(universeOf(fapId));
+  bool add = *rc::gen::arbitrary<bool>();
+  void checkPreconditions(Model const& model) const override {
+    RC_PRE(model.sets.count(fapId) != 0);
+  }
+  void apply(Model& model) const override {
+    if (add) {
+      model.sets[fapId].insert(name);
+    } else {
+      model.sets[fapId].erase(name);
+    }
+  }
+  void act(Model const&, Sut& sut) const override {
+    if (add) {
+      sut.host.addIntf(fapId, name);
+    } else {
+      sut.host.delIntf(fapId, name);
+    }
+  }
+  void show(std::ostream& os) const override {
+    os << "intf " << (add ? "add " : "del ") << fapId << " " << name;
+  }
+};
+
+struct MacsecChange : Event {
+  std::string name = *rc::gen::elementOf(kDynamicInterfaces);
+  bool on = *rc::gen::arbitrary<bool>();
+  void apply(Model& model) const override {
+    if (on) {
+      model.macsec.insert(name);
+    } else {
+      model.macsec.erase(name);
+    }
+  }
+  void act(Model const&, Sut& sut) const override {
+    if (on) {
+      sut.host.macsecOn(name);
+    } else {
+      sut.host.macsecOff(name);
+    }
+  }
+  void show(std::ostream& os) const override { os << "macsec " << (on ? "on " : "off ") << name; }
+};
+
+struct AgentRestart : Event {
+  void apply(Model&) const override {}
+  void act(Model const& after, Sut& sut) const override { sut.checkRestart(after); }
+  void show(std::ostream& os) const override { os << "agent restart"; }
+};
+
+RC_GTEST_PROP(IndexManagerModel, NoIndexInUseIsLostAndNoEntryIsHandedOutTwice, ()) {
+  auto const baseline = Nubis::Node::liveCount();
+  {
+    Model const initial;
+    Sut sut;
+    rc::state::check(
+        initial, sut,
+        rc::state::gen::execOneOfWithArgs<FapAdd, FapDel, IntfChange, IntfChange, MacsecChange,
+                                          MacsecChange, MacsecChange, AgentRestart>());
+  }
+  RC_ASSERT(Nubis::Node::liveCount() == baseline);
+}
+
+}  // namespace

@@ -255,9 +255,25 @@ void Sut::checkRestart(Model const& model) {
 
 using Command = rc::state::Command<Model, Sut>;
 
+// Events checked over the whole run, reported at its end so that a soak states its size.
+std::uint64_t eventsChecked = 0;
+
+class EventCountReport : public ::testing::Environment {
+ public:
+  void TearDown() override {
+    if (eventsChecked != 0) {
+      std::printf("index manager model: %llu events checked\n",
+                  static_cast<unsigned long long>(eventsChecked));
+    }
+  }
+};
+::testing::Environment* const eventCountReport =
+    ::testing::AddGlobalTestEnvironment(new EventCountReport);
+
 // Runs the event on the host, then checks the invariants against the inputs after the event.
 struct Event : Command {
   void run(Model const& model, Sut& sut) const final {
+    ++eventsChecked;
     Model after = model;
     apply(after);
     act(after, sut);

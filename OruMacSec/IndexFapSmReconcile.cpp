@@ -30,13 +30,18 @@ void IndexFapSm::updateAllSubIntfIndexes(Portix::IntfId parentIntfId) {
   // clang-format off
   ORU_ASSERT(!Portix::SubIntfId::isSubIntfId( parentIntfId ));
   // clang-format on
-  // handleIntf never changes the MACsec status, so the walk is not disturbed by its own work.
-  for (auto entry = macsecStatus_->cpStatusIter(); entry; ++entry) {
+  // The MACsec status iterates in interface order, where a port's subinterfaces follow the port
+  // itself: the walk starts there and ends at the first key of another port. handleIntf never
+  // changes the MACsec status, so the walk is not disturbed by its own work.
+  for (auto entry = macsecStatus_->cpStatusIterFrom(parentIntfId); entry; ++entry) {
     Portix::IntfId const intfId = entry.key();
-    if (Portix::SubIntfId::isSubIntfId(intfId) &&
-        Portix::SubIntfId::parentIntfId(intfId) == parentIntfId) {
-      handleIntf(intfId);
+    if (intfId == parentIntfId) {
+      continue;
     }
+    if (Portix::SubIntfId::parentIntfId(intfId) != parentIntfId) {
+      break;
+    }
+    handleIntf(intfId);
   }
 }
 

@@ -2,12 +2,13 @@
 //
 // An interface has MACsec enabled exactly when the collection `cpStatus` holds an entry for it;
 // what the entry holds does not matter to index management. Adding or removing an entry notifies
-// attribute `cpStatus` (259) with the IntfId.
+// attribute `cpStatus` (259) with the IntfId. The collection iterates in ascending IntfId order,
+// so the subinterfaces of a port are found right after the port (cpStatusIterFrom).
 #pragma once
 
 #include <cstddef>
 
-#include "platform/Nubis/Collection.h"
+#include "platform/Nubis/OrderedCollection.h"
 #include "platform/Nubis/Ptr.h"
 #include "platform/Nubis/Publisher.h"
 #include "platform/Portix/IntfId.h"
@@ -34,8 +35,10 @@ class Status : public Nubis::Node {
   bool cpStatusHas(Portix::IntfId id) const { return cpStatus_.has(id); }
   Nubis::Ptr<CpStatus> cpStatus(Portix::IntfId id) const { return cpStatus_.get(id); }
   std::size_t cpStatusSize() const { return cpStatus_.size(); }
-  using CpStatusIterator = Nubis::Collection<Portix::IntfId, Nubis::Ptr<CpStatus>>::Iterator;
+  using CpStatusIterator = Nubis::OrderedCollection<Portix::IntfId, Nubis::Ptr<CpStatus>>::Iterator;
   CpStatusIterator cpStatusIter() const { return cpStatus_.iter(); }
+  // A walk from the first interface not less than `from` on.
+  CpStatusIterator cpStatusIterFrom(Portix::IntfId from) const { return cpStatus_.iterFrom(from); }
 
   // Creates the interface's entry, or returns the existing one.
   Nubis::Ptr<CpStatus> cpStatusIs(Portix::IntfId id);
@@ -47,7 +50,7 @@ class Status : public Nubis::Node {
 
  private:
   mutable Nubis::Publisher publisher_;
-  Nubis::Collection<Portix::IntfId, Nubis::Ptr<CpStatus>> cpStatus_;
+  Nubis::OrderedCollection<Portix::IntfId, Nubis::Ptr<CpStatus>> cpStatus_;
 };
 
 }  // namespace Macsec

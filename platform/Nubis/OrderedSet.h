@@ -1,8 +1,7 @@
 // Ordered sets of keys: set attributes of entities that iterate in ascending key order.
 //
 // Each key added or removed is announced through the owning entity's publisher, if it has one.
-// An Iterator remembers the key it stands on and advances to the smallest member greater than
-// that key, so it survives any change of the set: members present for the whole walk are visited
+// An Iterator survives any change of the set: members present for the whole walk are visited
 // exactly once, in ascending order, and no member is visited twice.
 #pragma once
 
@@ -11,8 +10,8 @@
 
 #include "platform/Nubis/Key.h"
 #include "platform/Nubis/Node.h"
+#include "platform/Nubis/OrderedCursor.h"
 #include "platform/Nubis/Publisher.h"
-#include "platform/Vok/Assert.h"
 
 namespace Nubis {
 
@@ -21,39 +20,19 @@ class OrderedSet {
  public:
   class Iterator {
    public:
-    explicit Iterator(OrderedSet const& set) : set_(&set) {
-      auto const first = set.members_.begin();
-      atEnd_ = first == set.members_.end();
-      if (!atEnd_) {
-        key_ = *first;
-      }
-    }
+    explicit Iterator(OrderedSet const& set, K const* from = nullptr)
+        : cursor_(set.members_, from) {}
 
-    explicit operator bool() const { return !atEnd_; }
-
+    explicit operator bool() const { return bool(cursor_); }
     Iterator& operator++() {
-      if (atEnd_) {
-        return *this;
-      }
-      auto const next = set_->members_.upper_bound(key_);
-      atEnd_ = next == set_->members_.end();
-      if (!atEnd_) {
-        key_ = *next;
-      }
+      cursor_.advance();
       return *this;
     }
-
-    K const& key() const {
-      bool const iter_ = !atEnd_;
-      VOK_ASSERT(iter_, "Nubis/OrderedSet");
-      return key_;
-    }
-    K const& operator*() const { return key(); }
+    K const& key() const { return cursor_.key(); }
+    K const& operator*() const { return cursor_.key(); }
 
    private:
-    OrderedSet const* set_;
-    K key_{};
-    bool atEnd_ = true;
+    Impl::OrderedCursor<std::set<K>, K> cursor_;
   };
 
   OrderedSet(Node const& owner, AttrId attrId) : owner_(owner), attrId_(attrId) {}
@@ -90,6 +69,8 @@ class OrderedSet {
   }
 
   Iterator iter() const { return Iterator(*this); }
+  // A walk that starts at the first member not less than `from`.
+  Iterator iterFrom(K const& from) const { return Iterator(*this, &from); }
 
  private:
   void announce(K const& key) const {

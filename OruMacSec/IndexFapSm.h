@@ -120,7 +120,9 @@ class IndexFapSm : public Nubis::StateMachine {
   // and raises MACSEC_INTERFACE_HW_RESOURCE_FULL. Nothing when both records exist.
   void allocateIndexesForIntf(Portix::IntfId intfId);
   // Books the policy's fixed index in all four tables and publishes both records with it. Nothing
-  // when both records exist.
+  // when both records exist. An index beyond the tables' largest index is refused (traced at level
+  // 1, nothing published); an index already booked is refused by each table that holds it (traced)
+  // and published all the same: keeping static indexes unique is the chip policy's duty.
   void allocateStaticIndexesForIntf(Portix::IntfId intfId);
   // Frees the entries named by the records of `intfId` (only entries that an existing record
   // names) and removes both records; then keeps the port's egress disabled entry in line.

@@ -85,6 +85,14 @@ void IndexFapSm::allocateStaticIndexesForIntf(Portix::IntfId intfId) {
   U16 const engineInstance = indexHelper_->intfIdToEngineInstance(intfId);
   U16 const index = indexHelper_->staticIndex(intfId);
   ORU_TRACE(4, "Static index for {} is {}", intfId, index);
+  // An index the tables cannot hold would have the hardware written out of bounds: the policy's
+  // answer is refused, and the interface stays without indexes until it is next reconciled.
+  U16 const maxIndex = engineResourcesFor(intfId)->esecScIndex()->maxIndex();
+  if (index > maxIndex) {
+    ORU_TRACE(1, "Static index {} for {} is beyond the largest index {} of its tables", index,
+              intfId, maxIndex);
+    return;
+  }
   TableIndex const tableIndex(index);
   EsecIndexInfo const esecInfo(key, tableIndex, engineInstance);
   IsecIndexInfo const isecInfo(key, tableIndex, tableIndex, tableIndex, engineInstance);

@@ -22,6 +22,8 @@ class StaticAllocationTest : public ::testing::Test {
     config.staticIndexOf[intf("Ethernet2")] = 7;
     config.staticIndexOf[intf("Ethernet2.1")] = 8;
     config.staticIndexOf[intf("Ethernet4")] = 255;  // a faulty policy: the reserved index
+    config.staticIndexOf[intf("Ethernet6")] = 7;    // a faulty policy: Ethernet2's index
+    config.staticIndexOf[intf("Ethernet8")] = 256;  // a faulty policy: beyond the tables
     host.configs[1] = config;
   }
   IndexHost host;
@@ -88,6 +90,31 @@ TEST_F(StaticAllocationTest, AnIndexAlreadyBookedIsRefusedByThatTableButPublishe
           "Unable to allocate index 255 in table IsecSpTcam. The index is not free.",
           "Unable to allocate index 255 in table SubPortPolicyTable. The index is not free."}));
   EXPECT_EQ(host.esec(1, "Ethernet4")->esecScIndex(), TableIndex(255));
+}
+
+// Two interfaces of one engine given one index: each table refuses the second booking, and both
+// are published with it. Releasing either frees the entry for both, which is why the policy must
+// keep static indexes unique per engine.
+TEST_F(StaticAllocationTest, ADuplicateStaticIndexIsTracedAndPublishedAsThePolicySaysIt) {
+  host.addFap(1, {"Ethernet2", "Ethernet6"});
+  Capture capture(Vok::traceLevelBit(1));
+  host.start();
+  EXPECT_EQ(capture.texts(1).size(), 4u);
+  EXPECT_EQ(capture.texts(1).front(),
+            "Unable to allocate index 7 in table EsecScTable. The index is not free.");
+  EXPECT_EQ(host.esec(1, "Ethernet6")->esecScIndex(), TableIndex(7));
+}
+
+TEST_F(StaticAllocationTest, AnIndexBeyondTheTablesIsRefusedAndNothingIsPublished) {
+  host.addFap(1, {"Ethernet8"});
+  Capture capture(Vok::traceLevelBit(1));
+  host.start();
+  EXPECT_FALSE(host.esec(1, "Ethernet8"));
+  EXPECT_FALSE(host.isec(1, "Ethernet8"));
+  EXPECT_EQ(capture.texts(1), (std::vector<std::string>{
+                                  "Static index 256 for Ethernet8 is beyond the largest index 255 "
+                                  "of its tables"}));
+  EXPECT_EQ(host.engine(1, 0)->esecScIndex()->allocatedIndexSize(), 1u) << "the reservation only";
 }
 
 }  // namespace

@@ -48,15 +48,21 @@ void IndexFapSm::updateAllSubIntfIndexes(Portix::IntfId parentIntfId) {
 bool IndexFapSm::hasAllocatedSubinterface(Portix::IntfId intfId) {
   ORU_TRACE(8, " intfId: {}", intfId);
   Portix::IntfId const parent = indexHelper_->getParentIntfId(intfId);
-  for (auto record = indexFapStatus_->esecIndexInfoIter(); record; ++record) {
-    Portix::IntfId const holder = record.key().intfId();
-    if (Portix::SubIntfId::isSubIntfId(holder) &&
-        Portix::SubIntfId::parentIntfId(holder) == parent) {
-      ORU_TRACE(4, "{} has an allocated subinterface: {}", parent, holder);
-      return true;
+  if (indexFapStatus_->esecIndexInfoSubIntfCount(parent) == 0) {
+    return false;
+  }
+  // Naming one of them costs a walk of the egress records, made only for the trace.
+  if (traceHandle().enabled(4)) {
+    for (auto record = indexFapStatus_->esecIndexInfoIter(); record; ++record) {
+      Portix::IntfId const holder = record.key().intfId();
+      if (Portix::SubIntfId::isSubIntfId(holder) &&
+          Portix::SubIntfId::parentIntfId(holder) == parent) {
+        ORU_TRACE(4, "{} has an allocated subinterface: {}", parent, holder);
+        break;
+      }
     }
   }
-  return false;
+  return true;
 }
 
 }  // namespace OruMacSec

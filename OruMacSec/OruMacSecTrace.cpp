@@ -16,11 +16,6 @@ constexpr char const kEngineText[] = ", EngineInstance ";
 
 }  // namespace
 
-Vok::TraceHandle& traceHandle() {
-  static Vok::TraceHandle handle(kTraceHandleName, false);
-  return handle;
-}
-
 void traceHardwareFull(char const* tableId, LogicalFap::LogicalFapId logicalFapId,
                        U16 engineInstance, char const* function, int line) {
   U16 const fap = logicalFapId.value();

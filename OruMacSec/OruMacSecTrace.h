@@ -17,8 +17,12 @@ namespace OruMacSec {
 inline constexpr char const kSourceFile[] = "OruMacSec/OruMacSecIndexSm";
 inline constexpr char const kTraceHandleName[] = "OruMacSecIndexSm";
 
-// Built on first use; every class of the module traces through it.
-Vok::TraceHandle& traceHandle();
+// Built on first use; every class of the module traces through it. Inline, so that the test of a
+// trace level costs no call on the allocation paths.
+inline Vok::TraceHandle& traceHandle() {
+  static Vok::TraceHandle handle(kTraceHandleName, false);
+  return handle;
+}
 
 // The hardware-full message, written to both trace channels: once to the platform's ring-buffer
 // trace when one is available, and at level 0 of the text trace when that level is on.

@@ -4,7 +4,8 @@
 // recorded only in the published records. Every index the system publishes, reserves at start-up
 // or restores after a restart passes through exactly one TableResources.
 //
-// The free-entry search hands out the lowest free index in 0..maxIndex. The table counts as full
+// The free-entry search hands out the lowest free index in 0..maxIndex, in constant time at any
+// fill level. The table counts as full
 // once it records maxIndex entries, although that range holds maxIndex + 1 values; entries above
 // maxIndex may be recorded (allocateIndex takes any value) and count towards that limit, but the
 // search never hands them out. Refusals are traced at level 1 and answered with
@@ -12,9 +13,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 
+#include "OruMacSec/IndexSet.h"
 #include "OruMacSec/types/TableIndex.h"
-#include "platform/Nubis/Collection.h"
 #include "platform/Nubis/Node.h"
 #include "platform/Vok/Types.h"
 
@@ -22,7 +25,24 @@ namespace OruMacSec {
 
 class TableResources : public Nubis::Node {
  public:
-  using AllocatedCollection = Nubis::Collection<U16, TableIndex>;
+  // Walks the recorded indexes in ascending order. It survives removal of any index, the one
+  // under it included; reading past the end stops the process with the assertion "iter_".
+  class AllocatedIterator {
+   public:
+    explicit AllocatedIterator(TableResources const& table) : set_(&table.allocatedIndex_) {
+      settle(0);
+    }
+    explicit operator bool() const { return current_.has_value(); }
+    AllocatedIterator& operator++();
+    U16 key() const;
+    TableIndex value() const { return TableIndex(key()); }
+    TableIndex operator*() const { return value(); }
+
+   private:
+    void settle(std::uint32_t from) { current_ = set_->next(from); }
+    IndexSet const* set_;
+    std::optional<U16> current_;
+  };
 
   // An empty table. `name` appears in traces only.
   TableResources(Vok::String name, U16 maxIndex);
@@ -40,16 +60,21 @@ class TableResources : public Nubis::Node {
   // Records `index` as free; nothing if it was not in use.
   void freeIndex(U16 index);
 
-  // The recorded indexes, each stored under its own value. Iteration order carries no meaning.
+  // The recorded indexes, each stored under its own value.
   bool allocatedIndexHas(U16 index) const { return allocatedIndex_.has(index); }
-  TableIndex allocatedIndex(U16 index) const { return allocatedIndex_.get(index); }
+  // The entry under `index`, or a default (unused) TableIndex when there is none.
+  TableIndex allocatedIndex(U16 index) const {
+    return allocatedIndex_.has(index) ? TableIndex(index) : TableIndex();
+  }
   std::size_t allocatedIndexSize() const { return allocatedIndex_.size(); }
-  AllocatedCollection::Iterator allocatedIndexIter() const { return allocatedIndex_.iter(); }
+  AllocatedIterator allocatedIndexIter() const { return AllocatedIterator(*this); }
   // Adds the entry; an entry with the same value stays as it is.
-  void allocatedIndexIs(TableIndex index) { allocatedIndex_.set(index.value(), index); }
+  void allocatedIndexIs(TableIndex index) { allocatedIndex_.add(index.value()); }
   // Removes the entry and returns it, or a default (unused) TableIndex when there was none.
-  TableIndex allocatedIndexDel(U16 index) { return allocatedIndex_.del(index); }
-  void allocatedIndexDelAll() { allocatedIndex_.delAll(); }
+  TableIndex allocatedIndexDel(U16 index) {
+    return allocatedIndex_.remove(index) ? TableIndex(index) : TableIndex();
+  }
+  void allocatedIndexDelAll() { allocatedIndex_.clear(); }
 
   Nubis::TypeData const& typeData() const override;
 
@@ -58,7 +83,7 @@ class TableResources : public Nubis::Node {
 
   Vok::String const name_;
   U16 const maxIndex_;
-  AllocatedCollection allocatedIndex_;
+  IndexSet allocatedIndex_;
 };
 
 }  // namespace OruMacSec

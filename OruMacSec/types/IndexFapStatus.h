@@ -8,6 +8,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <unordered_map>
 
 #include "OruMacSec/types/IndexInfo.h"
 #include "OruMacSec/types/SecIntfId.h"
@@ -15,6 +17,7 @@
 #include "platform/Nubis/Collection.h"
 #include "platform/Nubis/Node.h"
 #include "platform/Nubis/Publisher.h"
+#include "platform/Portix/IntfId.h"
 #include "platform/Vok/Types.h"
 
 namespace OruMacSec {
@@ -42,9 +45,12 @@ class IndexFapStatus : public Nubis::Node {
   EsecIndexInfo esecIndexInfo(SecIntfId id) const { return esecIndexInfo_.get(id); }
   std::size_t esecIndexInfoSize() const { return esecIndexInfo_.size(); }
   EsecCollection::Iterator esecIndexInfoIter() const { return esecIndexInfo_.iter(); }
-  void esecIndexInfoIs(EsecIndexInfo const& info) { esecIndexInfo_.set(info.secIntfId(), info); }
-  void esecIndexInfoDel(SecIntfId id) { esecIndexInfo_.del(id); }
-  void esecIndexInfoDelAll() { esecIndexInfo_.delAll(); }
+  void esecIndexInfoIs(EsecIndexInfo const& info);
+  void esecIndexInfoDel(SecIntfId id);
+  void esecIndexInfoDelAll();
+  // How many subinterfaces of `port` hold an egress record: derived from the keys, so that a
+  // writer learns in constant time whether a port still has a served subinterface.
+  std::uint32_t esecIndexInfoSubIntfCount(Portix::IntfId port) const;
 
   // Ingress records of the same interfaces.
   bool isecIndexInfoHas(SecIntfId id) const { return isecIndexInfo_.has(id); }
@@ -84,6 +90,8 @@ class IndexFapStatus : public Nubis::Node {
   U16 const isecDisabledIndex_;
   mutable Nubis::Publisher publisher_;
   EsecCollection esecIndexInfo_;
+  // Subinterfaces holding egress records, counted per port (ports without any are absent).
+  std::unordered_map<Portix::IntfId, std::uint32_t> esecSubIntfCount_;
   IsecCollection isecIndexInfo_;
   EsecCollection esecLoopbackDisabledIndexInfo_;
 };

@@ -30,6 +30,35 @@ IndexFapStatus::IndexFapStatus(LogicalFap::LogicalFapId logicalFapId, U16 numEng
       isecIndexInfo_(*this, kIsecIndexInfoAttr),
       esecLoopbackDisabledIndexInfo_(*this, kEsecLoopbackDisabledIndexInfoAttr) {}
 
+void IndexFapStatus::esecIndexInfoIs(EsecIndexInfo const& info) {
+  Portix::IntfId const intfId = info.secIntfId().intfId();
+  if (Portix::SubIntfId::isSubIntfId(intfId) && !esecIndexInfo_.has(info.secIntfId())) {
+    ++esecSubIntfCount_[Portix::SubIntfId::parentIntfId(intfId)];
+  }
+  esecIndexInfo_.set(info.secIntfId(), info);
+}
+
+void IndexFapStatus::esecIndexInfoDel(SecIntfId id) {
+  Portix::IntfId const intfId = id.intfId();
+  if (Portix::SubIntfId::isSubIntfId(intfId) && esecIndexInfo_.has(id)) {
+    auto const count = esecSubIntfCount_.find(Portix::SubIntfId::parentIntfId(intfId));
+    if (--count->second == 0) {
+      esecSubIntfCount_.erase(count);
+    }
+  }
+  esecIndexInfo_.del(id);
+}
+
+void IndexFapStatus::esecIndexInfoDelAll() {
+  esecSubIntfCount_.clear();
+  esecIndexInfo_.delAll();
+}
+
+std::uint32_t IndexFapStatus::esecIndexInfoSubIntfCount(Portix::IntfId port) const {
+  auto const count = esecSubIntfCount_.find(port);
+  return count == esecSubIntfCount_.end() ? 0 : count->second;
+}
+
 Nubis::TypeData const& IndexFapStatus::typeData() const {
   static Nubis::TypeData const data{"OruMacSec::IndexFapStatus"};
   return data;

@@ -117,6 +117,17 @@ void checkRecordPairs(IndexFapStatus const& status) {
   for (auto record = status.esecLoopbackDisabledIndexInfoIter(); record; ++record) {
     RC_ASSERT(valid(record->esecScIndex()));
   }
+  // The per-port count of served subinterfaces agrees with the records.
+  std::map<Portix::IntfId, std::uint32_t> served;
+  for (auto record = status.esecIndexInfoIter(); record; ++record) {
+    Portix::IntfId const id = record.key().intfId();
+    if (Portix::SubIntfId::isSubIntfId(id)) {
+      ++served[Portix::SubIntfId::parentIntfId(id)];
+    }
+  }
+  for (auto const& name : kDynamicInterfaces) {
+    RC_ASSERT(status.esecIndexInfoSubIntfCount(intf(name)) == served[intf(name)]);
+  }
 }
 
 // Within each engine, every entry named by a record or reserved is named once, and the allocator

@@ -1,0 +1,25 @@
+#include "bench/baseline/EngineResources.h"
+
+namespace OruMacSecBaseline {
+
+EngineResources::~EngineResources() {
+  esecScIndex_ = nullptr;
+  isecScIndex_ = nullptr;
+  isecSpIndex_ = nullptr;
+  msSubportNum_ = nullptr;
+}
+
+Nubis::Ptr<TableResources> EngineResources::tableIs(Nubis::Ptr<TableResources>& table,
+                                                    Vok::String const& name, U16 maxIndex) {
+  if (!table || table->maxIndex() != maxIndex || table->name() != name) {
+    table = Nubis::Ptr<TableResources>(new TableResources(name, maxIndex));
+  }
+  return table;
+}
+
+Nubis::TypeData const& EngineResources::typeData() const {
+  static Nubis::TypeData const data{"OruMacSec::EngineResources"};
+  return data;
+}
+
+}  // namespace OruMacSecBaseline

@@ -1,0 +1,47 @@
+// The simulator's chip policies: what the scenario's `chip` lines configure per logical FAP.
+//
+// Engine of an interface: its port number modulo the engine count, so a port and its
+// subinterfaces share an engine. Static index of EthernetN.M (M = 0 for the port):
+// ((N - 1) div engines) * 16 + M, unique per engine for M up to 15; a subinterface numbered above
+// 15 gets 65535, which the index manager refuses as beyond its tables.
+#pragma once
+
+#include <string>
+
+#include "OruMacSec/IndexHelper.h"
+
+namespace sim {
+
+struct ChipSpec {
+  U16 engines = 1;
+  U16 size = 255;  // the ingress disabled index, and the size of every table
+  U16 esecDisabled = 255;
+  bool perPortDisabled = false;
+  bool staticAllocation = false;
+
+  friend bool operator==(ChipSpec const& a, ChipSpec const& b) {
+    return a.engines == b.engines && a.size == b.size && a.esecDisabled == b.esecDisabled &&
+           a.perPortDisabled == b.perPortDisabled && a.staticAllocation == b.staticAllocation;
+  }
+};
+
+// The `chip` line that configures `spec` for `fapId`.
+std::string chipLine(U16 fapId, ChipSpec const& spec);
+
+class ChipPolicy : public OruMacSec::IndexHelper {
+ public:
+  static constexpr std::uint32_t kStaticStride = 16;
+
+  ChipPolicy(LogicalFap::LogicalFapId fapId, ChipSpec const& spec);
+
+  U16 intfIdToEngineInstance(Portix::IntfId intfId) const override;
+  U16 numEngineInstances() const override { return spec_.engines; }
+  bool useStaticIndexAllocation() const override { return spec_.staticAllocation; }
+  U16 staticIndex(Portix::IntfId intfId) const override;
+  bool esecDisabledIndexPerPortRequired() const override { return spec_.perPortDisabled; }
+
+ private:
+  ChipSpec const spec_;
+};
+
+}  // namespace sim

@@ -54,8 +54,8 @@ bool yesNo(std::string_view text, std::string_view key) {
 std::uint64_t interfaceNumber(std::string_view text, std::string_view token) {
   std::uint64_t value = 0;
   auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (text.empty() || text[0] == '0' || error != std::errc() ||
-      end != text.data() + text.size() || value > 0xffffffffu) {
+  if (text.empty() || text[0] == '0' || error != std::errc() || end != text.data() + text.size() ||
+      value > 0xffffffffu) {
     throw ScenarioError(fmt::format(
         "malformed interface \"{}\" (expected Ethernet<N> or Ethernet<N>.<M> with N and M from 1, "
         "or ranges such as Ethernet1-4.1-8)",

@@ -1,10 +1,26 @@
 # Runs the simulator on one scenario and compares its transcript (standard output and error, then
 # the exit status) with the expected one. With -DUPDATE=ON, writes the expected transcript instead.
 #   cmake -DSIM=<program> -DSCENARIO=<name.scn> -DDIR=<folder> [-DUPDATE=ON] -P run.cmake
+# A scenario <name>.scn with a companion <name>.then.scn runs in two runs of the simulator over
+# one state file, as one switch whose agent restarted in between.
 get_filename_component(name "${SCENARIO}" NAME_WE)
-execute_process(COMMAND "${SIM}" "${name}.scn" WORKING_DIRECTORY "${DIR}"
-                OUTPUT_VARIABLE transcript ERROR_VARIABLE transcript RESULT_VARIABLE status)
-string(APPEND transcript "[exit status ${status}]\n")
+set(runs "${name}.scn")
+set(state_args "")
+if(EXISTS "${DIR}/${name}.then.scn")
+  list(APPEND runs "${name}.then.scn")
+  set(state_file "${name}.state.json")
+  file(REMOVE "${DIR}/${state_file}")
+  set(state_args --state "${state_file}")
+endif()
+set(transcript "")
+foreach(run IN LISTS runs)
+  execute_process(COMMAND "${SIM}" ${state_args} "${run}" WORKING_DIRECTORY "${DIR}"
+                  OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE status)
+  string(APPEND transcript "[run ${run}]\n${output}[exit status ${status}]\n")
+endforeach()
+if(state_args)
+  file(REMOVE "${DIR}/${state_file}")
+endif()
 set(expected_file "${DIR}/${name}.out")
 if(UPDATE)
   file(WRITE "${expected_file}" "${transcript}")

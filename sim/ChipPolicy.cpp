@@ -25,17 +25,19 @@ ChipPolicy::ChipPolicy(LogicalFap::LogicalFapId fapId, ChipSpec const& spec)
     : IndexHelper(fapId, spec.size, spec.esecDisabled), spec_(spec) {}
 
 U16 ChipPolicy::intfIdToEngineInstance(Portix::IntfId intfId) const {
-  // With no engines there is nothing to serve; the index manager never asks then.
-  return spec_.engines == 0 ? 0 : U16(portNumber(intfId) % spec_.engines);
+  return U16(portNumber(intfId) % spec_.engines);
 }
 
 U16 ChipPolicy::staticIndex(Portix::IntfId intfId) const {
   std::uint64_t const sub = subNumber(intfId);
-  if (spec_.engines == 0 || sub >= kStaticStride) {
+  if (sub >= kStaticStride) {
     return 0xFFFF;
   }
   std::uint64_t const index = (portNumber(intfId) - 1) / spec_.engines * kStaticStride + sub;
-  return index > 0xFFFF ? U16(0xFFFF) : U16(index);
+  // The reserved disabled indexes are no interface's: an index that reaches them is none at all.
+  bool const reserved =
+      index >= spec_.size || (!spec_.perPortDisabled && index == spec_.esecDisabled);
+  return reserved ? U16(0xFFFF) : U16(index);
 }
 
 }  // namespace sim

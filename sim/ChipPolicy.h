@@ -2,8 +2,10 @@
 //
 // Engine of an interface: its port number modulo the engine count, so a port and its
 // subinterfaces share an engine. Static index of EthernetN.M (M = 0 for the port):
-// ((N - 1) div engines) * 16 + M, unique per engine for M up to 15; a subinterface numbered above
-// 15 gets 65535, which the index manager refuses as beyond its tables.
+// ((N - 1) div engines) * 16 + M, unique per engine for M up to 15. An interface whose index
+// would be a subinterface number above 15, reach the table size (the reserved ingress disabled
+// index) or hit the shared egress disabled index gets 65535, which the index manager refuses as
+// beyond its tables.
 #pragma once
 
 #include <string>
@@ -13,7 +15,7 @@
 namespace sim {
 
 struct ChipSpec {
-  U16 engines = 1;
+  U16 engines = 1;  // at least 1
   U16 size = 255;  // the ingress disabled index, and the size of every table
   U16 esecDisabled = 255;
   bool perPortDisabled = false;

@@ -107,7 +107,8 @@ ChipCommand chip(std::vector<std::string_view> const& tokens) {
     std::string_view const value =
         equals == std::string_view::npos ? std::string_view() : tokens[i].substr(equals + 1);
     if (key == "engines") {
-      command.spec.engines = U16(number(value, 0, 1024, "engines"));
+      // Every interface of a FAP is served by one of its engines, so a chip has at least one.
+      command.spec.engines = U16(number(value, 1, 1024, "engines"));
     } else if (key == "size") {
       command.spec.size = U16(number(value, 0, 65533, "size"));
     } else if (key == "esec-disabled") {

@@ -76,6 +76,16 @@ void SimHost::run(Command const& command) {
       [this](auto const& c) {
         using C = std::decay_t<decltype(c)>;
         if constexpr (std::is_same_v<C, ChipCommand>) {
+          // A chip's facts are constructor values of the FAP's published status and decide where
+          // its indexes are booked: they may not change under a FAP that exists or has status.
+          LogicalFap::LogicalFapId const id(c.fapId);
+          if ((faps_->logicalFapHas(id) || status_->indexFapStatusHas(id)) &&
+              !(chip(c.fapId) == c.spec)) {
+            throw ScenarioError(fmt::format(
+                "the chip of logical FAP {} cannot change while the FAP exists or has published "
+                "status",
+                c.fapId));
+          }
           chips_[c.fapId] = c.spec;
         } else if constexpr (std::is_same_v<C, FapAddCommand>) {
           LogicalFap::LogicalFapId const id(c.fapId);

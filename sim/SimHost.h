@@ -26,7 +26,8 @@ class SimHost {
   SimHost& operator=(SimHost const&) = delete;
 
   // Carries out one command. A command that cannot apply (a FAP that does not exist, starting a
-  // running agent, ...) throws ScenarioError and changes nothing.
+  // running agent, changing the chip of a FAP that exists or still has published status, ...)
+  // throws ScenarioError and changes nothing.
   void run(Command const& command);
 
   // Whether `command` changes shared state (and so should be saved).

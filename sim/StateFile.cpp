@@ -230,6 +230,9 @@ void readState(Reader const& reader, json const& root, SimHost& host) {
     std::string const where = at("chips", i);
     ChipSpec spec;
     spec.engines = U16(reader.number(chips[i], where, "engines", 1024));
+    if (spec.engines == 0) {
+      reader.fail(where + ".engines", "a chip has at least one engine");
+    }
     spec.size = U16(reader.number(chips[i], where, "size", 65533));
     spec.esecDisabled = reader.u16(chips[i], where, "esec-disabled");
     spec.perPortDisabled = reader.flag(chips[i], where, "per-port-disabled");

@@ -28,7 +28,7 @@ the scenario files, in order, or of standard input when no file is given. Each c
 
 Commands (one per line, # starts a comment):
   chip <fap> [engines=<n>] [size=<n>] [esec-disabled=<n>] [per-port-disabled=yes|no]
-             [static=yes|no]      the chip policy a FAP gets when it is next served
+             [static=yes|no]      a FAP's chip policy (fixed while the FAP exists)
   fap add <fap> [<interfaces>...]  fap del <fap>
   intf add|del <fap> <interfaces>...
   macsec on|off <interfaces>...

@@ -110,17 +110,20 @@ TEST(SimHost, ACommandThatCannotApplyChangesNothing) {
   EXPECT_FALSE(host.agentRunning());
 }
 
-TEST(SimHost, AFapKeepsThePolicyItWasServedWithUntilItIsAddedAgain) {
+TEST(SimHost, AChipCannotChangeUnderAFapThatExistsOrHasPublishedStatus) {
   std::ostringstream out;
   sim::SimHost host(out);
   host.agentStart();
   host.run(*parseLine("chip 1 engines=2 size=10"));
   host.run(*parseLine("fap add 1 Ethernet1"));
-  host.run(*parseLine("chip 1 engines=3 size=10"));
-  host.run(*parseLine("macsec on Ethernet1"));
-  auto const status = host.status()->indexFapStatus(LogicalFap::LogicalFapId(1));
-  EXPECT_EQ(status->numEngineInstances(), 2);
+  EXPECT_THROW(host.run(*parseLine("chip 1 engines=3 size=10")), ScenarioError);
+  host.run(*parseLine("chip 1 engines=2 size=10"));  // the same chip again is harmless
+  host.run(*parseLine("agent stop"));
   host.run(*parseLine("fap del 1"));
+  EXPECT_THROW(host.run(*parseLine("chip 1 engines=3 size=10")), ScenarioError)
+      << "its status stays until the agent starts";
+  host.run(*parseLine("agent start"));
+  host.run(*parseLine("chip 1 engines=3 size=10"));
   host.run(*parseLine("fap add 1 Ethernet1"));
   EXPECT_EQ(host.status()->indexFapStatus(LogicalFap::LogicalFapId(1))->numEngineInstances(), 3);
 }

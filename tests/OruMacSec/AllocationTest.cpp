@@ -177,6 +177,30 @@ TEST_F(AllocationTest, TablesAreSearchedAndBookedInTheirFixedOrder) {
                 "Unable to allocate index 0 in table SubPortPolicyTable. The index is not free."}));
 }
 
+TEST_F(AllocationTest, EachTableIsNamedWhenItAloneIsFull) {
+  startWith(chip(1, 2, 2), {"Ethernet1"});
+  Capture capture(Vok::traceLevelBit(0));
+  // Size 2: entries 0 and 1 fill any table (index 2, the reserved one, is not touched).
+  std::vector<std::pair<Nubis::Ptr<OruMacSec::TableResources>, char const*>> const tables = {
+      {engine0()->esecScIndex(), "ESEC_SC_TABLE"},
+      {engine0()->isecScIndex(), "ISEC_SC_TABLE"},
+      {engine0()->isecSpIndex(), "ISEC_SP_TABLE"},
+      {engine0()->msSubportNum(), "SUB_PORT_POLICY_TABLE"}};
+  for (auto const& [table, name] : tables) {
+    table->allocateIndex(0);
+    table->allocateIndex(1);
+    capture.clear();
+    host.macsecOn("Ethernet1");
+    EXPECT_EQ(capture.texts(0),
+              std::vector<std::string>{std::string(name) +
+                                       " hardware resources are full on LogicalFapId 1, "
+                                       "EngineInstance 0"});
+    host.macsecOff("Ethernet1");
+    table->freeIndex(0);
+    table->freeIndex(1);
+  }
+}
+
 TEST_F(AllocationTest, AFullTableIsReportedOnEveryAttemptAndTheEngineEndsFullOnceOnRelease) {
   startWith(chip(2, 4, 4), {"Ethernet2", "Ethernet4", "Ethernet6"});
   // Engine 0 serves all three. Fill its ingress SC table and its sub-port table.

@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/Nubis/Attribute.h"
 #include "platform/Nubis/Key.h"
 #include "platform/Nubis/Node.h"
 #include "platform/Nubis/Publisher.h"
@@ -26,7 +27,7 @@
 namespace Nubis {
 
 template <class K, class V, class Hash = std::hash<K>>
-class Collection {
+class Collection : public Impl::KeyedAttribute<Collection<K, V, Hash>, K, V> {
   // Entries live in slots; deletion leaves a tombstone so that iterator positions stay valid.
   // Tombstones are compacted away when no iterator is open.
   struct Slot {
@@ -87,11 +88,9 @@ class Collection {
   };
 
   // `owner` announces the changes; `attrId` names the attribute in its notifications.
-  Collection(Node const& owner, AttrId attrId) : owner_(owner), attrId_(attrId) {}
-  Collection(Collection const&) = delete;
-  Collection& operator=(Collection const&) = delete;
+  Collection(Node const& owner, AttrId attrId)
+      : Impl::KeyedAttribute<Collection, K, V>(owner, attrId) {}
 
-  AttrId attrId() const { return attrId_; }
   std::size_t size() const { return index_.size(); }
   bool empty() const { return index_.empty(); }
   bool has(K const& key) const { return index_.count(key) != 0; }
@@ -100,23 +99,6 @@ class Collection {
   V const* find(K const& key) const {
     auto const found = index_.find(key);
     return found == index_.end() ? nullptr : &slots_[found->second].value;
-  }
-
-  // A copy of the stored value, or V{} when absent.
-  V get(K const& key) const {
-    V const* const value = find(key);
-    return value != nullptr ? *value : V{};
-  }
-
-  // The value stored under `key`; when absent, stores make() there first (and announces it).
-  template <class Make>
-  V findOrAdd(K const& key, Make&& make) {
-    if (V const* const existing = find(key)) {
-      return *existing;
-    }
-    V created = make();
-    set(key, created);
-    return created;
   }
 
   // Stores `value` under `key`, replacing what was there; announces it unless nothing changed.
@@ -129,12 +111,12 @@ class Collection {
       }
       // The replaced value (perhaps the last use of a child) goes after the announcement.
       [[maybe_unused]] V const replaced = std::exchange(stored, std::move(value));
-      announce(key);
+      this->announce(key);
       return;
     }
     index_.emplace(key, slots_.size());
     slots_.push_back(Slot{key, std::move(value), true});
-    announce(key);
+    this->announce(key);
   }
 
   // Removes the entry and returns its value (V{} when absent), announcing the removal.
@@ -149,7 +131,7 @@ class Collection {
     slot.live = false;
     ++tombstones_;
     compactIfWorthIt();
-    announce(key);
+    this->announce(key);
     return removed;
   }
 
@@ -167,7 +149,7 @@ class Collection {
     }
     for (Slot const& slot : removed) {
       if (slot.live) {
-        announce(slot.key);
+        this->announce(slot.key);
       }
     }
   }
@@ -175,12 +157,6 @@ class Collection {
   Iterator iter() const { return Iterator(*this); }
 
  private:
-  void announce(K const& key) const {
-    if (Publisher* const publisher = owner_.publisher()) {
-      publisher->notify(attrId_, Key::of(key));
-    }
-  }
-
   void compactIfWorthIt() {
     if (openIterators_ != 0 || tombstones_ < 16 || tombstones_ * 2 < slots_.size()) {
       return;
@@ -197,8 +173,6 @@ class Collection {
     tombstones_ = 0;
   }
 
-  Node const& owner_;
-  AttrId const attrId_;
   std::vector<Slot> slots_;
   std::unordered_map<K, std::size_t, Hash> index_;
   std::size_t tombstones_ = 0;

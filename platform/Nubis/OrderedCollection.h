@@ -12,6 +12,7 @@
 #include <map>
 #include <utility>
 
+#include "platform/Nubis/Attribute.h"
 #include "platform/Nubis/Key.h"
 #include "platform/Nubis/Node.h"
 #include "platform/Nubis/OrderedCursor.h"
@@ -21,7 +22,7 @@
 namespace Nubis {
 
 template <class K, class V>
-class OrderedCollection {
+class OrderedCollection : public Impl::KeyedAttribute<OrderedCollection<K, V>, K, V> {
  public:
   class Iterator {
    public:
@@ -48,11 +49,10 @@ class OrderedCollection {
     Impl::OrderedCursor<std::map<K, V>, K> cursor_;
   };
 
-  OrderedCollection(Node const& owner, AttrId attrId) : owner_(owner), attrId_(attrId) {}
-  OrderedCollection(OrderedCollection const&) = delete;
-  OrderedCollection& operator=(OrderedCollection const&) = delete;
+  // `owner` announces the changes; `attrId` names the attribute in its notifications.
+  OrderedCollection(Node const& owner, AttrId attrId)
+      : Impl::KeyedAttribute<OrderedCollection, K, V>(owner, attrId) {}
 
-  AttrId attrId() const { return attrId_; }
   std::size_t size() const { return entries_.size(); }
   bool empty() const { return entries_.empty(); }
   bool has(K const& key) const { return entries_.count(key) != 0; }
@@ -62,22 +62,6 @@ class OrderedCollection {
     auto const found = entries_.find(key);
     return found == entries_.end() ? nullptr : &found->second;
   }
-  V get(K const& key) const {
-    V const* const value = find(key);
-    return value != nullptr ? *value : V{};
-  }
-
-  // The value stored under `key`; when absent, stores make() there first (and announces it).
-  template <class Make>
-  V findOrAdd(K const& key, Make&& make) {
-    if (V const* const existing = find(key)) {
-      return *existing;
-    }
-    V created = make();
-    set(key, created);
-    return created;
-  }
-
   // Stores `value` under `key`; announces it unless nothing changed.
   void set(K const& key, V value) {
     auto const [position, inserted] = entries_.try_emplace(key, value);
@@ -87,10 +71,10 @@ class OrderedCollection {
       }
       // The replaced value (perhaps the last use of a child) goes after the announcement.
       [[maybe_unused]] V const replaced = std::exchange(position->second, std::move(value));
-      announce(key);
+      this->announce(key);
       return;
     }
-    announce(key);
+    this->announce(key);
   }
 
   // Removes the entry and returns its value (V{} when absent), announcing the removal.
@@ -101,7 +85,7 @@ class OrderedCollection {
     }
     V removed = std::move(found->second);
     entries_.erase(found);
-    announce(key);
+    this->announce(key);
     return removed;
   }
 
@@ -110,7 +94,7 @@ class OrderedCollection {
     std::map<K, V> removed;
     removed.swap(entries_);
     for (auto const& entry : removed) {
-      announce(entry.first);
+      this->announce(entry.first);
     }
   }
 
@@ -119,14 +103,6 @@ class OrderedCollection {
   Iterator iterFrom(K const& from) const { return Iterator(*this, &from); }
 
  private:
-  void announce(K const& key) const {
-    if (Publisher* const publisher = owner_.publisher()) {
-      publisher->notify(attrId_, Key::of(key));
-    }
-  }
-
-  Node const& owner_;
-  AttrId const attrId_;
   std::map<K, V> entries_;
 };
 

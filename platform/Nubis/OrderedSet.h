@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <set>
 
+#include "platform/Nubis/Attribute.h"
 #include "platform/Nubis/Key.h"
 #include "platform/Nubis/Node.h"
 #include "platform/Nubis/OrderedCursor.h"
@@ -16,7 +17,7 @@
 namespace Nubis {
 
 template <class K>
-class OrderedSet {
+class OrderedSet : public Impl::Attribute {
  public:
   class Iterator {
    public:
@@ -35,11 +36,9 @@ class OrderedSet {
     Impl::OrderedCursor<std::set<K>, K> cursor_;
   };
 
-  OrderedSet(Node const& owner, AttrId attrId) : owner_(owner), attrId_(attrId) {}
-  OrderedSet(OrderedSet const&) = delete;
-  OrderedSet& operator=(OrderedSet const&) = delete;
+  // `owner` announces the changes; `attrId` names the attribute in its notifications.
+  OrderedSet(Node const& owner, AttrId attrId) : Attribute(owner, attrId) {}
 
-  AttrId attrId() const { return attrId_; }
   std::size_t size() const { return members_.size(); }
   bool empty() const { return members_.empty(); }
   bool has(K const& key) const { return members_.count(key) != 0; }
@@ -73,14 +72,6 @@ class OrderedSet {
   Iterator iterFrom(K const& from) const { return Iterator(*this, &from); }
 
  private:
-  void announce(K const& key) const {
-    if (Publisher* const publisher = owner_.publisher()) {
-      publisher->notify(attrId_, Key::of(key));
-    }
-  }
-
-  Node const& owner_;
-  AttrId const attrId_;
   std::set<K> members_;
 };
 

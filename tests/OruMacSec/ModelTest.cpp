@@ -16,8 +16,9 @@
 #include <rapidcheck/state.h>
 
 #include <map>
-#include <regex>
 #include <set>
+#include <string>
+#include <string_view>
 
 #include "support/IndexHost.h"
 #include "support/Invariants.h"
@@ -79,14 +80,23 @@ class Sut : public Vok::LogSink {
   ~Sut() override { Vok::logSinkRemove(*this); }
 
   void logWritten(Vok::LogRecord const& record) override {
-    static std::regex const full(
-        "Unable to configure MACsec on (\\S+) due to insufficient hardware resources on module "
-        "(\\d+), engine \\d+\\.");
-    std::cmatch match;
-    if (record.name == "MACSEC_INTERFACE_HW_RESOURCE_FULL" &&
-        std::regex_match(record.text.begin(), record.text.end(), match, full)) {
-      refused.insert({U16(std::stoi(match[2])), match[1]});
+    if (record.name != "MACSEC_INTERFACE_HW_RESOURCE_FULL") {
+      return;
     }
+    // "Unable to configure MACsec on <intf> due to insufficient hardware resources on module
+    // <fap>, engine <n>."
+    std::string_view const onText = "Unable to configure MACsec on ";
+    std::string_view const moduleText = " due to insufficient hardware resources on module ";
+    auto const text = record.text;
+    auto const nameEnd = text.find(moduleText);
+    // Throwing here would unwind through the component, so a malformed text is reported later.
+    if (text.substr(0, onText.size()) != onText || nameEnd == std::string_view::npos) {
+      malformedLog = std::string(text);
+      return;
+    }
+    auto const name = text.substr(onText.size(), nameEnd - onText.size());
+    auto const fap = std::stoi(std::string(text.substr(nameEnd + moduleText.size())));
+    refused.insert({U16(fap), std::string(name)});
   }
 
   void checkInvariants(Model const& model);
@@ -94,6 +104,7 @@ class Sut : public Vok::LogSink {
 
   IndexHost host;
   std::set<std::pair<U16, std::string>> refused;
+  std::string malformedLog;
 };
 
 // --- Invariants ------------------------------------------------------------------------------
@@ -115,6 +126,7 @@ void assertAgentSound(OruMacSec::IndexSm const& agent) {
 }
 
 void Sut::checkInvariants(Model const& model) {
+  RC_ASSERT(malformedLog.empty());
   for (auto const& [fapId, members] : model.sets) {
     auto const status = host.fapStatus(fapId);
     RC_ASSERT(status);

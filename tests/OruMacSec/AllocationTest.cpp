@@ -15,16 +15,10 @@ using OruMacSec::SecIntfId;
 using OruMacSec::TableIndex;
 using testsupport::Capture;
 using testsupport::chip;
+using testsupport::esecRecord;
 using testsupport::IndexHost;
 using testsupport::intf;
-
-EsecIndexInfo esecRecord(char const* name, U16 index, U16 engine) {
-  return EsecIndexInfo(SecIntfId(intf(name)), TableIndex(index), engine);
-}
-IsecIndexInfo isecRecord(char const* name, U16 sp, U16 subport, U16 sc, U16 engine) {
-  return IsecIndexInfo(SecIntfId(intf(name)), TableIndex(sp), TableIndex(subport), TableIndex(sc),
-                       engine);
-}
+using testsupport::isecRecord;
 
 // Records, at each change of a FAP's published records, which collection changed and whether the
 // interface's entries were booked in its engine's tables at that moment.

@@ -1,7 +1,155 @@
-#include "OruMacSec/OruMacSecLog.h"
-
+// The module's diagnostics: the log catalogue as operators' tooling reads it, the handles built at
+// load, the quiet trace handle, and the assertion text.
 #include <gtest/gtest.h>
 
-TEST(LogCatalogue, HasSevenEntries) {
-  EXPECT_EQ(OruMacSec::kLogCatalogueSize, 7u);
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "OruMacSec/OruMacSecLog.h"
+#include "OruMacSec/OruMacSecTrace.h"
+#include "platform/Vok/RingTrace.h"
+#include "support/Capture.h"
+#include "support/IndexHost.h"
+
+// Bounds of the catalogue's own data section, provided by the linker.
+extern "C" Vok::LogDescriptor const
+    __start_oru_macsec_logcat[];  // NOLINT(bugprone-reserved-identifier)
+extern "C" Vok::LogDescriptor const
+    __stop_oru_macsec_logcat[];  // NOLINT(bugprone-reserved-identifier)
+
+namespace {
+
+using testsupport::Capture;
+
+struct Entry {
+  char const* name;
+  char const* format;
+  char const* explanation;
+  char const* action;
+  std::int64_t severity;
+};
+
+constexpr char const kNoAction[] = "\x01";
+
+// The catalogue as operators see it; texts are compared byte for byte, trailing blank included.
+std::vector<Entry> const kExpected = {
+    {"MACSEC_TX_PN_REACHED_MAX",
+     "MACsec Tx PN on %s has reached its maximum which causes frames to be silently dropped "
+     "instead of being transmitted.",
+     "MACsec Tx PN upon reaching its maximum value will silently drop frames to be transmitted.",
+     "Start a new MACsec session with an XPN cipher or faster rekey period.", 3},
+    {"MACSEC_FIPS_POST_START",
+     "MACsec FIPS restrictions enabled, starting FIPS POST on: %s, which will cause a traffic "
+     "outage.",
+     "MACsec FIPS restrictions has been enabled after an Ulvex reload. FIPS POST must run in order "
+     "for the linecards to be compliant with the latest FIPS standards. This will cause a traffic "
+     "outage.",
+     kNoAction, 4},
+    {"MACSEC_INTERFACE_HW_RESOURCE_NORMAL",
+     "MACsec interface hardware resource utilization has returned to normal on module %d, engine "
+     "%d.",
+     "Hardware resources have been freed and additional MACsec interfaces can be configured.",
+     kNoAction, 6},
+    {"MACSEC_INTERFACE_HW_RESOURCE_FULL",
+     "Unable to configure MACsec on %s due to insufficient hardware resources on module %d, "
+     "engine %d.",
+     "The maximum number of MACsec interfaces have been configured.",
+     "Reduce the number of configured MACsec interfaces.", 3},
+    {"MACSEC_SUBINTERFACE_LIMIT_EXCEEDED",
+     "MACsec configuration is ignored on %s because too many subinterfaces are configured with "
+     "MACsec.",
+     "MACsec subinterfaces limit exceeded on an interface",
+     "Remove the MACsec configuration from the subinterface", 3},
+    {"MACSEC_UNSUPPORTED_EAPOL_CONFIG", "EAPOL destination not configurable on %s",
+     "Configurable EAPOL attributes for MACsec is not supported by the MACsec hardware that has "
+     "been configured.",
+     "Remove unsupported eapol mac destination configuration for MKA sessions to come up", 3},
+    {"MACSEC_RECEIVED_LATE_PACKETS", "Received %u packets late on interface %s with SCI %s AN %d ",
+     "Packets arrived with delayed or out of order sequence numbers", kNoAction, 6},
+};
+
+TEST(LogCatalogue, HoldsTheSevenDescriptorsInOrderInItsOwnSection) {
+  ASSERT_EQ(OruMacSec::kLogCatalogueSize, kExpected.size());
+  ASSERT_EQ(__stop_oru_macsec_logcat - __start_oru_macsec_logcat, std::ptrdiff_t(kExpected.size()))
+      << "the section holds the catalogue and nothing else";
+  EXPECT_EQ(__start_oru_macsec_logcat, OruMacSec::kLogCatalogue);
+  for (std::size_t i = 0; i < kExpected.size(); ++i) {
+    auto const& actual = OruMacSec::kLogCatalogue[i];
+    auto const& expected = kExpected[i];
+    SCOPED_TRACE(expected.name);
+    EXPECT_STREQ(actual.name, expected.name);
+    EXPECT_STREQ(actual.format, expected.format);
+    EXPECT_STREQ(actual.explanation, expected.explanation);
+    EXPECT_STREQ(actual.recommendedAction, expected.action);
+    EXPECT_EQ(actual.severity, expected.severity);
+  }
 }
+
+TEST(LogCatalogue, EveryDescriptorHasAHandleThatLetsEveryMessageThrough) {
+  Vok::LogHandle* const handles[] = {&OruMacSec::MACSEC_TX_PN_REACHED_MAX,
+                                     &OruMacSec::MACSEC_FIPS_POST_START,
+                                     &OruMacSec::MACSEC_INTERFACE_HW_RESOURCE_NORMAL,
+                                     &OruMacSec::MACSEC_INTERFACE_HW_RESOURCE_FULL,
+                                     &OruMacSec::MACSEC_SUBINTERFACE_LIMIT_EXCEEDED,
+                                     &OruMacSec::MACSEC_UNSUPPORTED_EAPOL_CONFIG,
+                                     &OruMacSec::MACSEC_RECEIVED_LATE_PACKETS};
+  for (std::size_t i = 0; i < kExpected.size(); ++i) {
+    EXPECT_EQ(&handles[i]->descriptor(), &OruMacSec::kLogCatalogue[i]);
+  }
+  Capture capture;
+  // The same event, back to back: no rate limit holds the repeats back.
+  for (int i = 0; i < 3; ++i) {
+    Vok::logMessage(OruMacSec::MACSEC_INTERFACE_HW_RESOURCE_FULL, testsupport::intf("Ethernet7.2"),
+                    testsupport::fap(2), U16(1));
+  }
+  Vok::logMessage(OruMacSec::MACSEC_RECEIVED_LATE_PACKETS, 12u, testsupport::intf("Ethernet7"),
+                  "00:1c:73:00:00:01", 3);
+  ASSERT_EQ(capture.logs.size(), 4u);
+  EXPECT_EQ(capture.logs[0].text,
+            "Unable to configure MACsec on Ethernet7.2 due to insufficient hardware resources on "
+            "module 2, engine 1.");
+  EXPECT_EQ(capture.logs[3].text,
+            "Received 12 packets late on interface Ethernet7 with SCI 00:1c:73:00:00:01 AN 3 ");
+}
+
+TEST(TraceHandle, IsNamedForTheModuleAndStaysQuietUntilLevelsAreSwitchedOn) {
+  EXPECT_EQ(OruMacSec::traceHandle().name(), "OruMacSecIndexSm");
+  EXPECT_EQ(&OruMacSec::traceHandle(), &OruMacSec::traceHandle());
+
+  Capture quiet;  // the sinks are in place, every level off
+  Vok::RingTrace ring(4);
+  Vok::RingTrace* const previousRing = Vok::defaultRingTrace();
+  Vok::defaultRingTraceIs(&ring);
+  testsupport::IndexHost host;
+  host.configs[1] = testsupport::chip(1, 2, 2, true);
+  host.addFap(1, {"Ethernet1", "Ethernet1.1", "Ethernet1.2", "Ethernet2"});
+  for (char const* name : {"Ethernet1.1", "Ethernet1.2", "Ethernet2"}) {
+    host.macsecOn(name);
+  }
+  host.start();  // fills the tables: a refusal, but no text trace
+  host.macsecOff("Ethernet1.1");
+  host.delIntf(1, "Ethernet2");
+  host.stop();
+  EXPECT_TRUE(quiet.traces.empty());
+  // Ethernet1.2 is refused as its port is handled and again on its own; Ethernet2 once.
+  EXPECT_EQ(ring.size(), 3u) << "the ring-buffer trace stays on whatever the levels";
+  EXPECT_EQ(ring.messages()[0],
+            "ESEC_SC_TABLE hardware resources are full on LogicalFapId 1, EngineInstance 0");
+  Vok::defaultRingTraceIs(previousRing);
+
+  Vok::defaultRingTraceIs(nullptr);  // no ring available: only the text trace is written
+  Capture levelZero(Vok::traceLevelBit(0));
+  OruMacSec::traceHardwareFull("ESEC_SC_TABLE", testsupport::fap(3), 2, "fn", 1);
+  EXPECT_EQ(levelZero.texts(0), (std::vector<std::string>{
+                                    "ESEC_SC_TABLE hardware resources are full on LogicalFapId 3, "
+                                    "EngineInstance 2"}));
+  Vok::defaultRingTraceIs(previousRing);
+}
+
+TEST(AssertionDeathTest, PrintsTheExpressionAndTheModuleSourceFile) {
+  int const engines = 0;
+  EXPECT_DEATH(ORU_ASSERT(engines > 0), "engines > 0.*OruMacSec/OruMacSecIndexSm");
+}
+
+}  // namespace

@@ -19,6 +19,18 @@ inline LogicalFap::LogicalFapId fap(U16 id) {
   return LogicalFap::LogicalFapId(id);
 }
 
+// Published records written out by hand, for expectations and for crafting status by hand.
+inline OruMacSec::EsecIndexInfo esecRecord(char const* name, U16 index, U16 engine) {
+  return OruMacSec::EsecIndexInfo(OruMacSec::SecIntfId(intf(name)), OruMacSec::TableIndex(index),
+                                  engine);
+}
+inline OruMacSec::IsecIndexInfo isecRecord(char const* name, U16 sp, U16 subport, U16 sc,
+                                           U16 engine) {
+  return OruMacSec::IsecIndexInfo(OruMacSec::SecIntfId(intf(name)), OruMacSec::TableIndex(sp),
+                                  OruMacSec::TableIndex(subport), OruMacSec::TableIndex(sc),
+                                  engine);
+}
+
 // What a test chip looks like. Engines serve ports by number modulo the engine count, so a port
 // and its subinterfaces share an engine; `engineOf` overrides that per interface. Static indexes
 // come from `staticIndexOf`, or port number + subinterface number * 100.

@@ -73,11 +73,17 @@ struct Listener : Nubis::Node {
   std::function<void(Nubis::Notification const&)> onHeard;
 };
 
+// A listener named `name`, its slot added to `source`'s publisher.
+Nubis::Ptr<Listener> listenerOf(Source const& source, std::string name) {
+  Nubis::Ptr<Listener> listener(new Listener(std::move(name)));
+  listener->slot.handlerIs(&Listener::handle);
+  source.publisher()->subscriberAdd(listener->slot, false);
+  return listener;
+}
+
 TEST(Delivery, ChangeOutsideAHandlerIsDeliveredBeforeTheMutatorReturns) {
   Nubis::Ptr<Source> source(new Source);
-  Nubis::Ptr<Listener> listener(new Listener("a"));
-  listener->slot.handlerIs(&Listener::handle);
-  source->publisher()->subscriberAdd(listener->slot, false);
+  auto const listener = listenerOf(*source, "a");
   source->publisher()->subscriberAdd(listener->slot, false);  // a second add changes nothing
 
   source->value.set(7, 1);
@@ -91,12 +97,8 @@ TEST(Delivery, ChangeOutsideAHandlerIsDeliveredBeforeTheMutatorReturns) {
 
 TEST(Delivery, ChangesMadeByAHandlerAreQueuedInOrderAndHandlersNeverNest) {
   Nubis::Ptr<Source> source(new Source);
-  Nubis::Ptr<Listener> first(new Listener("a"));
-  Nubis::Ptr<Listener> second(new Listener("b"));
-  for (Listener* listener : {first.get(), second.get()}) {
-    listener->slot.handlerIs(&Listener::handle);
-    source->publisher()->subscriberAdd(listener->slot, false);
-  }
+  auto const first = listenerOf(*source, "a");
+  auto const second = listenerOf(*source, "b");
   first->onHeard = [&](Nubis::Notification const&) {
     source->value.set(2, 0);
     source->member.add(3);
@@ -114,12 +116,8 @@ TEST(Delivery, ChangesMadeByAHandlerAreQueuedInOrderAndHandlersNeverNest) {
 
 TEST(Delivery, RemovedSlotHearsNothingMoreEvenOfQueuedChanges) {
   Nubis::Ptr<Source> source(new Source);
-  Nubis::Ptr<Listener> first(new Listener("a"));
-  Nubis::Ptr<Listener> second(new Listener("b"));
-  for (Listener* listener : {first.get(), second.get()}) {
-    listener->slot.handlerIs(&Listener::handle);
-    source->publisher()->subscriberAdd(listener->slot, false);
-  }
+  auto const first = listenerOf(*source, "a");
+  auto const second = listenerOf(*source, "b");
   first->onHeard = [&](Nubis::Notification const& notification) {
     source->value.set(2, 0);  // queued
     notification.publisher.subscriberRemove(second->slot);
@@ -135,12 +133,8 @@ TEST(Delivery, QueuedChangeKeepsItsPublisherAliveUntilDelivered) {
   auto const liveBefore = Nubis::Node::liveCount();
   Nubis::Ptr<Source> trigger(new Source);
   Nubis::Ptr<Source> other(new Source);
-  Nubis::Ptr<Listener> listener(new Listener("a"));
-  listener->slot.handlerIs(&Listener::handle);
-  trigger->publisher()->subscriberAdd(listener->slot, false);
-  Nubis::Ptr<Listener> otherListener(new Listener("o"));
-  otherListener->slot.handlerIs(&Listener::handle);
-  other->publisher()->subscriberAdd(otherListener->slot, false);
+  auto listener = listenerOf(*trigger, "a");
+  auto otherListener = listenerOf(*other, "o");
 
   listener->onHeard = [&](Nubis::Notification const&) {
     other->value.set(5, 5);

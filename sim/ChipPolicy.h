@@ -16,7 +16,7 @@ namespace sim {
 
 struct ChipSpec {
   U16 engines = 1;  // at least 1
-  U16 size = 255;  // the ingress disabled index, and the size of every table
+  U16 size = 255;   // the ingress disabled index, and the size of every table
   U16 esecDisabled = 255;
   bool perPortDisabled = false;
   bool staticAllocation = false;

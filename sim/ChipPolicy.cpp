@@ -15,17 +15,18 @@ std::uint64_t subNumber(Portix::IntfId intfId) {
 
 }  // namespace
 
-std::string chipLine(U16 fapId, ChipSpec const& spec) {
+std::string chipLine(U16 fapId, ChipSettings const& settings) {
   return fmt::format("chip {} engines={} size={} esec-disabled={} per-port-disabled={} static={}",
-                     fapId, spec.engines, spec.size, spec.esecDisabled,
-                     spec.perPortDisabled ? "yes" : "no", spec.staticAllocation ? "yes" : "no");
+                     fapId, settings.engines, settings.size, settings.esecDisabled,
+                     settings.perPortDisabled ? "yes" : "no",
+                     settings.staticAllocation ? "yes" : "no");
 }
 
-ChipPolicy::ChipPolicy(LogicalFap::LogicalFapId fapId, ChipSpec const& spec)
-    : IndexHelper(fapId, spec.size, spec.esecDisabled), spec_(spec) {}
+ChipPolicy::ChipPolicy(LogicalFap::LogicalFapId fapId, ChipSettings const& settings)
+    : IndexHelper(fapId, settings.size, settings.esecDisabled), settings_(settings) {}
 
 U16 ChipPolicy::intfIdToEngineInstance(Portix::IntfId intfId) const {
-  return U16(portNumber(intfId) % spec_.engines);
+  return U16(portNumber(intfId) % settings_.engines);
 }
 
 U16 ChipPolicy::staticIndex(Portix::IntfId intfId) const {
@@ -33,10 +34,10 @@ U16 ChipPolicy::staticIndex(Portix::IntfId intfId) const {
   if (sub >= kStaticStride) {
     return 0xFFFF;
   }
-  std::uint64_t const index = (portNumber(intfId) - 1) / spec_.engines * kStaticStride + sub;
+  std::uint64_t const index = (portNumber(intfId) - 1) / settings_.engines * kStaticStride + sub;
   // The reserved disabled indexes are no interface's: an index that reaches them is none at all.
   bool const reserved =
-      index >= spec_.size || (!spec_.perPortDisabled && index == spec_.esecDisabled);
+      index >= settings_.size || (!settings_.perPortDisabled && index == settings_.esecDisabled);
   return reserved ? U16(0xFFFF) : U16(index);
 }
 

@@ -14,36 +14,36 @@
 
 namespace sim {
 
-struct ChipSpec {
+struct ChipSettings {
   U16 engines = 1;  // at least 1
   U16 size = 255;   // the ingress disabled index, and the size of every table
   U16 esecDisabled = 255;
   bool perPortDisabled = false;
   bool staticAllocation = false;
 
-  friend bool operator==(ChipSpec const& a, ChipSpec const& b) {
+  friend bool operator==(ChipSettings const& a, ChipSettings const& b) {
     return a.engines == b.engines && a.size == b.size && a.esecDisabled == b.esecDisabled &&
            a.perPortDisabled == b.perPortDisabled && a.staticAllocation == b.staticAllocation;
   }
 };
 
-// The `chip` line that configures `spec` for `fapId`.
-std::string chipLine(U16 fapId, ChipSpec const& spec);
+// The `chip` line that configures `settings` for `fapId`.
+std::string chipLine(U16 fapId, ChipSettings const& settings);
 
 class ChipPolicy : public OruMacSec::IndexHelper {
  public:
   static constexpr std::uint32_t kStaticStride = 16;
 
-  ChipPolicy(LogicalFap::LogicalFapId fapId, ChipSpec const& spec);
+  ChipPolicy(LogicalFap::LogicalFapId fapId, ChipSettings const& settings);
 
   U16 intfIdToEngineInstance(Portix::IntfId intfId) const override;
-  U16 numEngineInstances() const override { return spec_.engines; }
-  bool useStaticIndexAllocation() const override { return spec_.staticAllocation; }
+  U16 numEngineInstances() const override { return settings_.engines; }
+  bool useStaticIndexAllocation() const override { return settings_.staticAllocation; }
   U16 staticIndex(Portix::IntfId intfId) const override;
-  bool esecDisabledIndexPerPortRequired() const override { return spec_.perPortDisabled; }
+  bool esecDisabledIndexPerPortRequired() const override { return settings_.perPortDisabled; }
 
  private:
-  ChipSpec const spec_;
+  ChipSettings const settings_;
 };
 
 }  // namespace sim

@@ -108,15 +108,15 @@ ChipCommand chip(std::vector<std::string_view> const& tokens) {
         equals == std::string_view::npos ? std::string_view() : tokens[i].substr(equals + 1);
     if (key == "engines") {
       // Every interface of a FAP is served by one of its engines, so a chip has at least one.
-      command.spec.engines = U16(number(value, 1, 1024, "engines"));
+      command.settings.engines = U16(number(value, 1, 1024, "engines"));
     } else if (key == "size") {
-      command.spec.size = U16(number(value, 0, 65533, "size"));
+      command.settings.size = U16(number(value, 0, 65533, "size"));
     } else if (key == "esec-disabled") {
-      command.spec.esecDisabled = U16(number(value, 0, 65535, "esec-disabled"));
+      command.settings.esecDisabled = U16(number(value, 0, 65535, "esec-disabled"));
     } else if (key == "per-port-disabled") {
-      command.spec.perPortDisabled = yesNo(value, key);
+      command.settings.perPortDisabled = yesNo(value, key);
     } else if (key == "static") {
-      command.spec.staticAllocation = yesNo(value, key);
+      command.settings.staticAllocation = yesNo(value, key);
     } else {
       throw ScenarioError(fmt::format("unknown chip parameter \"{}\"; usage: {}", key, kUsage));
     }

@@ -34,7 +34,7 @@ class ScenarioError : public std::runtime_error {
 
 struct ChipCommand {
   U16 fapId;
-  ChipSpec spec;
+  ChipSettings settings;
 };
 struct FapAddCommand {
   U16 fapId;

@@ -33,9 +33,9 @@ SimHost::SimHost(std::ostream& out)
 
 SimHost::~SimHost() = default;
 
-ChipSpec SimHost::chip(U16 fapId) const {
+ChipSettings SimHost::chip(U16 fapId) const {
   auto const found = chips_.find(fapId);
-  return found == chips_.end() ? ChipSpec() : found->second;
+  return found == chips_.end() ? ChipSettings() : found->second;
 }
 
 OruMacSec::IndexSm const* SimHost::agent() const {
@@ -80,13 +80,13 @@ void SimHost::run(Command const& command) {
           // its indexes are booked: they may not change under a FAP that exists or has status.
           LogicalFap::LogicalFapId const id(c.fapId);
           if ((faps_->logicalFapHas(id) || status_->indexFapStatusHas(id)) &&
-              !(chip(c.fapId) == c.spec)) {
+              !(chip(c.fapId) == c.settings)) {
             throw ScenarioError(fmt::format(
                 "the chip of logical FAP {} cannot change while the FAP exists or has published "
                 "status",
                 c.fapId));
           }
-          chips_[c.fapId] = c.spec;
+          chips_[c.fapId] = c.settings;
         } else if constexpr (std::is_same_v<C, FapAddCommand>) {
           LogicalFap::LogicalFapId const id(c.fapId);
           if (faps_->logicalFapHas(id)) {

@@ -38,9 +38,9 @@ class SimHost {
   bool agentRunning() const { return bool(agent_); }
 
   // The chip policy a FAP gets when it is next served (the default one if none is configured).
-  ChipSpec chip(U16 fapId) const;
-  std::map<U16, ChipSpec> const& chips() const { return chips_; }
-  void chipIs(U16 fapId, ChipSpec const& spec) { chips_[fapId] = spec; }
+  ChipSettings chip(U16 fapId) const;
+  std::map<U16, ChipSettings> const& chips() const { return chips_; }
+  void chipIs(U16 fapId, ChipSettings const& settings) { chips_[fapId] = settings; }
 
   Nubis::Ptr<LogicalFap::LogicalFapOrderedCol> const& faps() const { return faps_; }
   Nubis::Ptr<Macsec::Status> const& macsec() const { return macsec_; }
@@ -55,7 +55,7 @@ class SimHost {
   Nubis::Ptr<LogicalFap::IntfIdOrderedCol> existingFap(U16 fapId) const;
 
   std::ostream& out_;
-  std::map<U16, ChipSpec> chips_;
+  std::map<U16, ChipSettings> chips_;
   Nubis::Ptr<LogicalFap::LogicalFapOrderedCol> faps_;
   Nubis::Ptr<Macsec::Status> macsec_;
   Nubis::Ptr<OruMacSec::IndexStatus> status_;

@@ -69,13 +69,13 @@ json publishedJson(OruMacSec::IndexFapStatus const& status) {
 
 json stateJson(SimHost const& host) {
   json chips = json::array();
-  for (auto const& [fapId, spec] : host.chips()) {
+  for (auto const& [fapId, settings] : host.chips()) {
     chips.push_back({{"fap", fapId},
-                     {"engines", spec.engines},
-                     {"size", spec.size},
-                     {"esec-disabled", spec.esecDisabled},
-                     {"per-port-disabled", spec.perPortDisabled},
-                     {"static", spec.staticAllocation}});
+                     {"engines", settings.engines},
+                     {"size", settings.size},
+                     {"esec-disabled", settings.esecDisabled},
+                     {"per-port-disabled", settings.perPortDisabled},
+                     {"static", settings.staticAllocation}});
   }
   std::map<U16, json> faps;
   for (auto fap = host.faps()->logicalFapIter(); fap; ++fap) {
@@ -188,31 +188,29 @@ void readPublished(Reader const& reader, json const& entry, std::string const& w
   auto const index = [&](json const& record, std::string const& place, char const* key) {
     return OruMacSec::TableIndex(reader.u16(record, place, key));
   };
-  json const& egress = reader.array(entry, where, "egress");
-  for (std::size_t i = 0; i < egress.size(); ++i) {
-    std::string const place = at(where + ".egress", i);
-    OruMacSec::SecIntfId const id(
-        reader.interface(reader.member(egress[i], place, "interface"), place + ".interface"));
-    fap->esecIndexInfoIs(OruMacSec::EsecIndexInfo(id, index(egress[i], place, "esec-sc"),
-                                                  reader.u16(egress[i], place, "engine")));
-  }
-  json const& ingress = reader.array(entry, where, "ingress");
-  for (std::size_t i = 0; i < ingress.size(); ++i) {
-    std::string const place = at(where + ".ingress", i);
-    OruMacSec::SecIntfId const id(
-        reader.interface(reader.member(ingress[i], place, "interface"), place + ".interface"));
+  // Each list holds records named by an interface under `interfaceKey`; `store` publishes one.
+  auto const eachRecord = [&](char const* list, char const* interfaceKey, auto const& store) {
+    json const& records = reader.array(entry, where, list);
+    for (std::size_t i = 0; i < records.size(); ++i) {
+      std::string const place = at(where + "." + list, i);
+      OruMacSec::SecIntfId const id(reader.interface(reader.member(records[i], place, interfaceKey),
+                                                     place + "." + interfaceKey));
+      store(records[i], place, id);
+    }
+  };
+  eachRecord("egress", "interface", [&](json const& record, std::string const& place, auto id) {
+    fap->esecIndexInfoIs(OruMacSec::EsecIndexInfo(id, index(record, place, "esec-sc"),
+                                                  reader.u16(record, place, "engine")));
+  });
+  eachRecord("ingress", "interface", [&](json const& record, std::string const& place, auto id) {
     fap->isecIndexInfoIs(OruMacSec::IsecIndexInfo(
-        id, index(ingress[i], place, "isec-sp"), index(ingress[i], place, "sub-port"),
-        index(ingress[i], place, "isec-sc"), reader.u16(ingress[i], place, "engine")));
-  }
-  json const& disabled = reader.array(entry, where, "disabled");
-  for (std::size_t i = 0; i < disabled.size(); ++i) {
-    std::string const place = at(where + ".disabled", i);
-    OruMacSec::SecIntfId const id(
-        reader.interface(reader.member(disabled[i], place, "port"), place + ".port"));
+        id, index(record, place, "isec-sp"), index(record, place, "sub-port"),
+        index(record, place, "isec-sc"), reader.u16(record, place, "engine")));
+  });
+  eachRecord("disabled", "port", [&](json const& record, std::string const& place, auto id) {
     fap->esecLoopbackDisabledIndexInfoIs(OruMacSec::EsecIndexInfo(
-        id, index(disabled[i], place, "esec-sc"), reader.u16(disabled[i], place, "engine")));
-  }
+        id, index(record, place, "esec-sc"), reader.u16(record, place, "engine")));
+  });
 }
 
 // Reads the whole state into a scratch host first, so that a malformed file changes nothing.
@@ -228,16 +226,16 @@ void readState(Reader const& reader, json const& root, SimHost& host) {
   json const& chips = reader.array(root, "the top", "chips");
   for (std::size_t i = 0; i < chips.size(); ++i) {
     std::string const where = at("chips", i);
-    ChipSpec spec;
-    spec.engines = U16(reader.number(chips[i], where, "engines", 1024));
-    if (spec.engines == 0) {
+    ChipSettings settings;
+    settings.engines = U16(reader.number(chips[i], where, "engines", 1024));
+    if (settings.engines == 0) {
       reader.fail(where + ".engines", "a chip has at least one engine");
     }
-    spec.size = U16(reader.number(chips[i], where, "size", 65533));
-    spec.esecDisabled = reader.u16(chips[i], where, "esec-disabled");
-    spec.perPortDisabled = reader.flag(chips[i], where, "per-port-disabled");
-    spec.staticAllocation = reader.flag(chips[i], where, "static");
-    host.chipIs(reader.u16(chips[i], where, "fap"), spec);
+    settings.size = U16(reader.number(chips[i], where, "size", 65533));
+    settings.esecDisabled = reader.u16(chips[i], where, "esec-disabled");
+    settings.perPortDisabled = reader.flag(chips[i], where, "per-port-disabled");
+    settings.staticAllocation = reader.flag(chips[i], where, "static");
+    host.chipIs(reader.u16(chips[i], where, "fap"), settings);
   }
   json const& faps = reader.array(root, "the top", "faps");
   for (std::size_t i = 0; i < faps.size(); ++i) {

@@ -16,7 +16,7 @@ namespace {
 // Commands that would only make a run slow or large without reaching new behaviour.
 bool worthRunning(sim::Command const& command) {
   if (auto const* chip = std::get_if<sim::ChipCommand>(&command)) {
-    return chip->spec.engines <= 8;
+    return chip->settings.engines <= 8;
   }
   auto const small = [](std::vector<Portix::IntfId> const& interfaces) {
     return interfaces.size() <= 64;

@@ -52,11 +52,11 @@ TEST(ScenarioReader, ReadsEveryCommandAndIgnoresComments) {
   auto const chip =
       std::get<sim::ChipCommand>(*parseLine("chip 3 static=yes engines=2 size=100  # comment"));
   EXPECT_EQ(chip.fapId, 3);
-  EXPECT_EQ(chip.spec.engines, 2);
-  EXPECT_EQ(chip.spec.size, 100);
-  EXPECT_EQ(chip.spec.esecDisabled, 255) << "the default";
-  EXPECT_TRUE(chip.spec.staticAllocation);
-  EXPECT_FALSE(chip.spec.perPortDisabled);
+  EXPECT_EQ(chip.settings.engines, 2);
+  EXPECT_EQ(chip.settings.size, 100);
+  EXPECT_EQ(chip.settings.esecDisabled, 255) << "the default";
+  EXPECT_TRUE(chip.settings.staticAllocation);
+  EXPECT_FALSE(chip.settings.perPortDisabled);
 
   auto const add = std::get<sim::FapAddCommand>(*parseLine("fap add 2 Ethernet1-2 Ethernet5.1"));
   EXPECT_EQ(names(add.interfaces),

@@ -58,12 +58,6 @@ TEST(StaleStatusCleanup, RemovesWhatTheInputNoLongerJustifies) {
             "fap 2 engines 1 esec 255 isec 255\n");
 }
 
-TEST(StaleStatusCleanup, AnEmptyStatusStaysEmpty) {
-  IndexHost host;
-  host.start();
-  EXPECT_EQ(host.status->indexFapStatusSize(), 0u);
-}
-
 TEST(BookkeepingRebuild, BooksEveryPublishedIndexInThePolicysEngineBeforeReconciling) {
   IndexHost host;
   host.configs[1] = chip(2, 255, 20, /*perPortDisabled=*/true);
@@ -111,25 +105,6 @@ TEST(BookkeepingRebuild, AnEgressRecordWithoutItsPartnerBreaksTheInvariant) {
                "indexFapStatus\\(\\)->isecIndexInfoHas\\( iter.key\\(\\) \\)");
 }
 
-TEST(Restart, InterfacesThatKeepMacsecKeepEveryIndex) {
-  IndexHost host;
-  host.configs[1] = chip(2, 255, 255, /*perPortDisabled=*/true);
-  host.configs[2] = chip(1, 255, 255, false, /*staticAllocation=*/true);
-  host.addFap(1, {"Ethernet1", "Ethernet1.1", "Ethernet1.2", "Ethernet2"});
-  host.addFap(2, {"Ethernet3"});
-  host.start();
-  for (auto const* name : {"Ethernet1.1", "Ethernet1.2", "Ethernet2", "Ethernet1"}) {
-    host.macsecOn(name);
-  }
-  host.macsecOff("Ethernet1");
-  auto const published = testsupport::publishedDump(*host.status);
-  auto const booked = testsupport::bookingDump(*host.sm);
-  host.stop();
-  host.start();
-  EXPECT_EQ(testsupport::publishedDump(*host.status), published);
-  EXPECT_EQ(testsupport::bookingDump(*host.sm), booked);
-}
-
 // --- Restarting at any point changes nothing ---------------------------------------------------
 
 // A small world: three FAPs with different chips; tables large enough that nothing is refused.
@@ -137,83 +112,54 @@ TEST(Restart, InterfacesThatKeepMacsecKeepEveryIndex) {
 // is a member of their sets from the start, so that a start never drops the records of a
 // subinterface that runs MACsec. The static FAP 3 serves ports 5 and 6 only: the start-up sweep
 // reconciles every member, while a running static FAP reconciles a subinterface without MACsec
-// only on its own changes (shown by the tests after this one).
-struct Command {
-  enum Kind { kFapAdd, kFapDel, kPortAdd, kPortDel, kMacsecOn, kMacsecOff } kind;
-  U16 fapId;
-  std::string intfName;
-};
-
+// only on its own changes (the static-chip scenario shows that difference).
 std::vector<std::string> const kPorts = {"Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4"};
 std::vector<std::string> const kStaticPorts = {"Ethernet5", "Ethernet6"};
-std::vector<std::string> const kInterfaces = {
-    "Ethernet1",   "Ethernet1.1", "Ethernet1.2", "Ethernet2",   "Ethernet2.1",
-    "Ethernet2.2", "Ethernet3",   "Ethernet3.1", "Ethernet3.2", "Ethernet4",
-    "Ethernet4.1", "Ethernet4.2", "Ethernet5",   "Ethernet6"};
+std::vector<std::string> const kSubinterfaces = {"Ethernet1.1", "Ethernet1.2", "Ethernet2.1",
+                                                 "Ethernet2.2", "Ethernet3.1", "Ethernet3.2",
+                                                 "Ethernet4.1", "Ethernet4.2"};
 constexpr U16 kStaticFap = 3;
 
-std::ostream& operator<<(std::ostream& out, Command const& command) {
-  static char const* const kNames[] = {"fap add",  "fap del",   "intf add",
-                                       "intf del", "macsec on", "macsec off"};
-  out << kNames[command.kind];
-  if (command.kind <= Command::kPortDel) {
-    out << " " << command.fapId;
-  }
-  if (command.kind >= Command::kPortAdd) {
-    out << " " << command.intfName;
-  }
-  return out;
+void configure(IndexHost& host) {
+  host.configs[1] = chip(2, 255, 255);
+  host.configs[2] = chip(2, 255, 255, /*perPortDisabled=*/true);
+  host.configs[3] = chip(1, 255, 255, false, /*staticAllocation=*/true);
 }
 
-void configure(IndexHost& host) {
-  host.configs[1] = testsupport::chip(2, 255, 255);
-  host.configs[2] = testsupport::chip(2, 255, 255, /*perPortDisabled=*/true);
-  host.configs[3] = testsupport::chip(1, 255, 255, false, /*staticAllocation=*/true);
-}
+// One change of the inputs: a FAP added (0) or removed (1), a port joining (2) or leaving (3) a
+// FAP, MACsec switched on (4) or off (5).
+using Command = std::tuple<int, U16, std::string>;
 
 void apply(IndexHost& host, Command const& command) {
-  switch (command.kind) {
-    case Command::kFapAdd:
-      if (!host.faps->logicalFapHas(fap(command.fapId))) {
-        std::vector<std::string> subinterfaces;
-        std::copy_if(kInterfaces.begin(), kInterfaces.end(), std::back_inserter(subinterfaces),
-                     [](auto const& name) { return name.find('.') != std::string::npos; });
-        host.addFap(command.fapId,
-                    command.fapId == kStaticFap ? std::vector<std::string>{} : subinterfaces);
-      }
-      return;
-    case Command::kFapDel:
-      host.faps->logicalFapDel(fap(command.fapId));
-      return;
-    case Command::kPortAdd:
-    case Command::kPortDel:
-      if (auto const set = host.faps->logicalFap(fap(command.fapId))) {
-        if (command.kind == Command::kPortAdd) {
-          set->intfIdIs(intf(command.intfName));
-        } else {
-          set->intfIdDel(intf(command.intfName));
-        }
-      }
-      return;
-    case Command::kMacsecOn:
-      host.macsecOn(command.intfName);
-      return;
-    case Command::kMacsecOff:
-      host.macsecOff(command.intfName);
-      return;
+  auto const& [kind, fapId, name] = command;
+  auto const set = host.faps->logicalFap(fap(fapId));
+  if (kind == 0 && !set) {
+    host.addFap(fapId, fapId == kStaticFap ? std::vector<std::string>{} : kSubinterfaces);
+  } else if (kind == 1) {
+    host.faps->logicalFapDel(fap(fapId));
+  } else if (kind == 2 && set) {
+    set->intfIdIs(intf(name));
+  } else if (kind == 3 && set) {
+    set->intfIdDel(intf(name));
+  } else if (kind == 4) {
+    host.macsecOn(name);
+  } else if (kind == 5) {
+    host.macsecOff(name);
   }
 }
 
 rc::Gen<Command> genCommand() {
+  std::vector<std::string> interfaces = kSubinterfaces;
+  interfaces.insert(interfaces.end(), kPorts.begin(), kPorts.end());
+  interfaces.insert(interfaces.end(), kStaticPorts.begin(), kStaticPorts.end());
   return rc::gen::apply(
       [](int kind, U16 fapId, std::string const& port, std::string const& staticPort,
          std::string const& any) {
-        auto const k = static_cast<Command::Kind>(kind);
-        bool const onPort = k == Command::kPortAdd || k == Command::kPortDel;
-        return Command{k, fapId, onPort ? (fapId == kStaticFap ? staticPort : port) : any};
+        bool const onPort = kind == 2 || kind == 3;
+        return Command{kind, fapId, onPort ? (fapId == kStaticFap ? staticPort : port) : any};
       },
       rc::gen::inRange(0, 6), rc::gen::inRange<U16>(1, 4), rc::gen::elementOf(kPorts),
-      rc::gen::elementOf(kStaticPorts), rc::gen::elementOf(kInterfaces));
+      rc::gen::elementOf(kStaticPorts), rc::gen::elementOf(interfaces));
 }
 
 RC_GTEST_PROP(Restart, RestartingAtAnyPointGivesWhatCarryingOnGives, ()) {
@@ -236,70 +182,6 @@ RC_GTEST_PROP(Restart, RestartingAtAnyPointGivesWhatCarryingOnGives, ()) {
   RC_ASSERT(testsupport::publishedDump(*restarted.status) ==
             testsupport::publishedDump(*steady.status));
   RC_ASSERT(testsupport::bookingDump(*restarted.sm) == testsupport::bookingDump(*steady.sm));
-}
-
-// Where a start differs from a running FAP, and why.
-TEST(Restart, ASubinterfaceThatIsNotItselfInTheSetLosesItsRecordsAtStart) {
-  IndexHost host;
-  host.addFap(1, {"Ethernet1"});
-  host.start();
-  host.macsecOn("Ethernet1.1");
-  host.macsecOn("Ethernet1.2");
-  EXPECT_EQ(host.esec(1, "Ethernet1.2")->esecScIndex(), TableIndex(1));
-  host.stop();
-  host.start();
-  // Its records were removed as stale, then the sweep (through the port) allocated it again:
-  // Ethernet1.1 first or second, whichever the MACsec status yields first.
-  EXPECT_TRUE(host.esec(1, "Ethernet1.1"));
-  EXPECT_TRUE(host.esec(1, "Ethernet1.2"));
-  EXPECT_NE(host.esec(1, "Ethernet1.1")->esecScIndex(), host.esec(1, "Ethernet1.2")->esecScIndex());
-}
-
-TEST(Restart, AnInterfaceRefusedEarlierIsRetriedByTheStartUpSweep) {
-  IndexHost host;
-  host.configs[1] = chip(1, 2, 2);
-  host.addFap(1, {"Ethernet1", "Ethernet2", "Ethernet3"});
-  host.start();
-  host.macsecOn("Ethernet1");
-  host.macsecOn("Ethernet2");
-  EXPECT_FALSE(host.esec(1, "Ethernet2")) << "ingress SP and sub-port tables hold 2 entries: full";
-  host.fapSm(1)->oruMacSecEngineResources(0)->isecSpIndex()->freeIndex(2);
-  host.fapSm(1)->oruMacSecEngineResources(0)->msSubportNum()->freeIndex(2);
-  host.stop();
-  host.start();
-  EXPECT_FALSE(host.esec(1, "Ethernet2")) << "the reservations come back with the restart";
-  host.configs[1] = chip(1, 3, 3);
-  host.stop();
-  host.status->indexFapStatusDel(fap(1));  // a bigger chip is a new FAP status
-  host.start();
-  EXPECT_TRUE(host.esec(1, "Ethernet2")) << "retried by the sweep, not by any notification";
-}
-
-TEST(Restart, AStaticSubinterfaceWithoutMacsecIsServedByTheSweepButNotWhenItsPortJoins) {
-  IndexHost host;
-  host.configs[1] = chip(1, 255, 255, false, /*staticAllocation=*/true);
-  host.addFap(1, {"Ethernet2.1"});
-  host.start();
-  host.addIntf(1, "Ethernet2");
-  EXPECT_TRUE(host.esec(1, "Ethernet2"));
-  EXPECT_FALSE(host.esec(1, "Ethernet2.1")) << "a joining port re-examines MACsec subinterfaces";
-  host.stop();
-  host.start();
-  EXPECT_TRUE(host.esec(1, "Ethernet2.1")) << "the sweep reconciles every member";
-}
-
-TEST(Restart, AStaticSubinterfaceLeftBehindByItsPortIsRemovedAtStart) {
-  IndexHost host;
-  host.configs[1] = chip(1, 255, 255, false, /*staticAllocation=*/true);
-  host.addFap(1, {"Ethernet2"});
-  host.start();
-  host.macsecOn("Ethernet2.1");
-  host.macsecOff("Ethernet2.1");
-  host.delIntf(1, "Ethernet2");
-  EXPECT_TRUE(host.esec(1, "Ethernet2.1")) << "not re-examined: it has no MACsec status";
-  host.stop();
-  host.start();
-  EXPECT_FALSE(host.esec(1, "Ethernet2.1")) << "not itself a member: stale";
 }
 
 }  // namespace

@@ -57,14 +57,6 @@ class Capture : public Vok::TraceSink, public Vok::LogSink {
     }
     return out;
   }
-  // The names of the log messages raised, in order.
-  std::vector<std::string> logNames() const {
-    std::vector<std::string> out;
-    for (auto const& log : logs) {
-      out.push_back(log.name);
-    }
-    return out;
-  }
   void clear() {
     traces.clear();
     logs.clear();

@@ -48,13 +48,8 @@ struct ChipConfig {
 
 inline ChipConfig chip(U16 engines, U16 isecDisabledIndex, U16 esecDisabledIndex,
                        bool perPortDisabled = false, bool staticAllocation = false) {
-  ChipConfig config;
-  config.engines = engines;
-  config.isecDisabledIndex = isecDisabledIndex;
-  config.esecDisabledIndex = esecDisabledIndex;
-  config.perPortDisabled = perPortDisabled;
-  config.staticAllocation = staticAllocation;
-  return config;
+  return ChipConfig{
+      engines, isecDisabledIndex, esecDisabledIndex, perPortDisabled, staticAllocation, {}, {}, {}};
 }
 
 class TestPolicy : public OruMacSec::IndexHelper {
@@ -67,26 +62,21 @@ class TestPolicy : public OruMacSec::IndexHelper {
     if (config_.onEngineAsked) {
       config_.onEngineAsked(id);
     }
-    auto const found = config_.engineOf.find(id);
-    if (found != config_.engineOf.end()) {
-      return found->second;
-    }
-    return U16((getParentIntfId(id).value() >> 32) % config_.engines);
+    return lookup(config_.engineOf, id, U16((getParentIntfId(id).value() >> 32) % config_.engines));
   }
   U16 numEngineInstances() const override { return config_.engines; }
   bool useStaticIndexAllocation() const override { return config_.staticAllocation; }
   U16 staticIndex(Portix::IntfId id) const override {
-    auto const found = config_.staticIndexOf.find(id);
-    if (found != config_.staticIndexOf.end()) {
-      return found->second;
-    }
-    return U16((id.value() >> 32) + (id.value() & 0xffffffffu) * 100);
+    return lookup(config_.staticIndexOf, id,
+                  U16((id.value() >> 32) + (id.value() & 0xffffffffu) * 100));
   }
   bool esecDisabledIndexPerPortRequired() const override { return config_.perPortDisabled; }
 
-  ChipConfig& config() { return config_; }
-
  private:
+  static U16 lookup(std::map<Portix::IntfId, U16> const& map, Portix::IntfId id, U16 otherwise) {
+    auto const found = map.find(id);
+    return found == map.end() ? otherwise : found->second;
+  }
   ChipConfig config_;
 };
 
@@ -150,28 +140,27 @@ struct IndexHost {
     return fapSm(id)->oruMacSecEngineResources(engineInstance);
   }
 
-  // The egress record of an interface, if it has one.
+  // The interface's egress record, ingress record or (for a port) egress disabled entry, if any.
   std::optional<OruMacSec::EsecIndexInfo> esec(U16 id, std::string const& name) const {
-    OruMacSec::SecIntfId const key(intf(name));
-    if (!fapStatus(id)->esecIndexInfoHas(key)) {
-      return std::nullopt;
-    }
-    return fapStatus(id)->esecIndexInfo(key);
+    return find(fapStatus(id)->esecIndexInfoHas(key(name)),
+                fapStatus(id)->esecIndexInfo(key(name)));
   }
   std::optional<OruMacSec::IsecIndexInfo> isec(U16 id, std::string const& name) const {
-    OruMacSec::SecIntfId const key(intf(name));
-    if (!fapStatus(id)->isecIndexInfoHas(key)) {
-      return std::nullopt;
-    }
-    return fapStatus(id)->isecIndexInfo(key);
+    return find(fapStatus(id)->isecIndexInfoHas(key(name)),
+                fapStatus(id)->isecIndexInfo(key(name)));
   }
-  // The port's egress disabled entry, if it has one.
   std::optional<OruMacSec::EsecIndexInfo> disabled(U16 id, std::string const& name) const {
-    OruMacSec::SecIntfId const key(intf(name));
-    if (!fapStatus(id)->esecLoopbackDisabledIndexInfoHas(key)) {
-      return std::nullopt;
-    }
-    return fapStatus(id)->esecLoopbackDisabledIndexInfo(key);
+    return find(fapStatus(id)->esecLoopbackDisabledIndexInfoHas(key(name)),
+                fapStatus(id)->esecLoopbackDisabledIndexInfo(key(name)));
+  }
+
+ private:
+  static OruMacSec::SecIntfId key(std::string const& name) {
+    return OruMacSec::SecIntfId(intf(name));
+  }
+  template <typename Record>
+  static std::optional<Record> find(bool has, Record const& record) {
+    return has ? std::optional<Record>(record) : std::nullopt;
   }
 };
 

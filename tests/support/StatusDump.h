@@ -7,19 +7,18 @@
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
+
 #include "support/IndexHost.h"
 
 namespace testsupport {
 
-inline std::string bookedText(Nubis::Ptr<OruMacSec::TableResources> const& table) {
-  std::vector<U16> booked;
-  for (auto entry = table->allocatedIndexIter(); entry; ++entry) {
-    booked.push_back(entry.key());
-  }
-  std::sort(booked.begin(), booked.end());
+// Sorted lines, one string.
+inline std::string joined(std::vector<std::string> lines) {
+  std::sort(lines.begin(), lines.end());
   std::string out;
-  for (U16 const index : booked) {
-    out += " " + std::to_string(index);
+  for (auto const& line : lines) {
+    out += line + "\n";
   }
   return out;
 }
@@ -27,56 +26,46 @@ inline std::string bookedText(Nubis::Ptr<OruMacSec::TableResources> const& table
 inline std::string publishedDump(OruMacSec::IndexStatus const& status) {
   std::vector<std::string> lines;
   for (auto fapEntry = status.indexFapStatusIter(); fapEntry; ++fapEntry) {
-    auto const& fapStatus = *fapEntry.value();
-    std::string const prefix = "fap " + std::to_string(fapStatus.logicalFapId().value()) + " ";
-    lines.push_back(prefix + "engines " + std::to_string(fapStatus.numEngineInstances()) +
-                    " esec " + std::to_string(fapStatus.esecDisabledIndex()) + " isec " +
-                    std::to_string(fapStatus.isecDisabledIndex()));
-    for (auto r = fapStatus.esecIndexInfoIter(); r; ++r) {
-      lines.push_back(prefix + Portix::valueToStrep(r.key().intfId()) + " egress " +
-                      std::to_string(r->esecScIndex().value()) + " engine " +
-                      std::to_string(r->engineInstance()));
+    auto const& fap = *fapEntry.value();
+    auto const prefix = fmt::format("fap {} ", fap.logicalFapId().value());
+    lines.push_back(prefix + fmt::format("engines {} esec {} isec {}", fap.numEngineInstances(),
+                                         fap.esecDisabledIndex(), fap.isecDisabledIndex()));
+    for (auto r = fap.esecIndexInfoIter(); r; ++r) {
+      lines.push_back(prefix + fmt::format("{} egress {} engine {}", r.key(), r->esecScIndex(),
+                                           r->engineInstance()));
     }
-    for (auto r = fapStatus.isecIndexInfoIter(); r; ++r) {
-      lines.push_back(prefix + Portix::valueToStrep(r.key().intfId()) + " ingress sp " +
-                      std::to_string(r->isecSpIndex().value()) + " subport " +
-                      std::to_string(r->msSubportNum().value()) + " sc " +
-                      std::to_string(r->isecScIndex().value()) + " engine " +
-                      std::to_string(r->engineInstance()));
+    for (auto r = fap.isecIndexInfoIter(); r; ++r) {
+      lines.push_back(prefix + fmt::format("{} ingress sp {} subport {} sc {} engine {}", r.key(),
+                                           r->isecSpIndex(), r->msSubportNum(), r->isecScIndex(),
+                                           r->engineInstance()));
     }
-    for (auto r = fapStatus.esecLoopbackDisabledIndexInfoIter(); r; ++r) {
-      lines.push_back(prefix + Portix::valueToStrep(r.key().intfId()) + " disabled " +
-                      std::to_string(r->esecScIndex().value()) + " engine " +
-                      std::to_string(r->engineInstance()));
+    for (auto r = fap.esecLoopbackDisabledIndexInfoIter(); r; ++r) {
+      lines.push_back(prefix + fmt::format("{} disabled {} engine {}", r.key(), r->esecScIndex(),
+                                           r->engineInstance()));
     }
   }
-  std::sort(lines.begin(), lines.end());
-  std::string out;
-  for (auto const& line : lines) {
-    out += line + "\n";
-  }
-  return out;
+  return joined(lines);
 }
 
 inline std::string bookingDump(OruMacSec::IndexSm const& sm) {
+  auto const booked = [](Nubis::Ptr<OruMacSec::TableResources> const& table) {
+    std::string out;
+    for (auto entry = table->allocatedIndexIter(); entry; ++entry) {
+      out += fmt::format(" {}", entry.key());
+    }
+    return out;
+  };
   std::vector<std::string> lines;
   for (auto machine = sm.indexFapSmIter(); machine; ++machine) {
     for (auto engine = machine.value()->oruMacSecEngineResourcesIter(); engine; ++engine) {
-      auto const& resources = *engine.value();
-      std::string const prefix = "fap " + std::to_string(machine.key().value()) + " engine " +
-                                 std::to_string(engine.key());
-      lines.push_back(prefix + " esecSc" + bookedText(resources.esecScIndex()) + " | isecSc" +
-                      bookedText(resources.isecScIndex()) + " | isecSp" +
-                      bookedText(resources.isecSpIndex()) + " | subport" +
-                      bookedText(resources.msSubportNum()));
+      auto const& e = *engine.value();
+      lines.push_back(fmt::format("fap {} engine {} esecSc{} | isecSc{} | isecSp{} | subport{}",
+                                  machine.key().value(), engine.key(), booked(e.esecScIndex()),
+                                  booked(e.isecScIndex()), booked(e.isecSpIndex()),
+                                  booked(e.msSubportNum())));
     }
   }
-  std::sort(lines.begin(), lines.end());
-  std::string out;
-  for (auto const& line : lines) {
-    out += line + "\n";
-  }
-  return out;
+  return joined(lines);
 }
 
 }  // namespace testsupport

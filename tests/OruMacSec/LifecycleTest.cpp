@@ -1,0 +1,208 @@
+// How the two state machines come and go: which inputs they follow from construction on, what
+// switching notifications off and on and the zombie flag do, a FAP's removal, and the contracts
+// a host must keep. (The restart scenario traces the order of a start-up step by step.)
+#include <gtest/gtest.h>
+
+#include "support/IndexHost.h"
+
+namespace {
+
+using OruMacSec::IndexFapSm;
+using testsupport::chip;
+using testsupport::fap;
+using testsupport::IndexHost;
+using testsupport::intf;
+using testsupport::TestIndexSm;
+using testsupport::TestPolicy;
+
+class LifecycleTest : public ::testing::Test {
+ protected:
+  void SetUp() override { baseline_ = Nubis::Node::liveCount(); }
+  void TearDown() override {
+    host = IndexHost();
+    EXPECT_EQ(Nubis::Node::liveCount(), baseline_) << "an entity leaked";
+  }
+  std::size_t followers(Nubis::Node const& input) const {
+    return input.publisher()->subscriberCount();
+  }
+
+  IndexHost host;
+  std::int64_t baseline_ = 0;
+};
+
+TEST_F(LifecycleTest, AFapPresentIsServedOnceAndLosesItsMachineAndStatusWhenItGoes) {
+  host.configs[1] = chip(2, 255, 511);
+  host.addFap(1, {"Ethernet1"});
+  host.macsecOn("Ethernet1");
+  auto const beforeStart = Nubis::Node::liveCount();
+  host.start();
+  host.sm->handleLogicalFapId(fap(7));
+  EXPECT_EQ(host.sm->getIndexHelperCalls, 1) << "the chip policy is asked for FAPs present only";
+  auto const record = host.esec(1, "Ethernet1");
+  {
+    auto const machine = host.fapSm(1);
+    EXPECT_EQ(machine->indexFapStatus(), host.fapStatus(1));
+    host.sm->handleLogicalFapId(fap(1));
+    host.sm->handleLogicalFapId();
+    EXPECT_EQ(host.fapSm(1), machine) << "a FAP already served is left as it is";
+    EXPECT_EQ(host.esec(1, "Ethernet1"), record);
+  }
+
+  host.stop();
+  EXPECT_EQ(Nubis::Node::liveCount(), beforeStart + 1) << "only the FAP's published status stays";
+  EXPECT_EQ(host.esec(1, "Ethernet1"), record);
+  EXPECT_EQ(
+      followers(*host.faps) + followers(*host.macsec) + followers(*host.faps->logicalFap(fap(1))),
+      0u);
+  host.start();
+  host.faps->logicalFapDel(fap(1));
+  EXPECT_FALSE(host.fapSm(1));
+  EXPECT_EQ(host.status->indexFapStatusSize(), 0u);
+}
+
+TEST_F(LifecycleTest, IndexSmFollowsFapsFromConstructionUntilSwitchedOffOrZombie) {
+  host.addFap(1);
+  // Built, never switched on: the constructor's own subscription serves a FAP that arrives.
+  host.sm = Nubis::Ptr<TestIndexSm>(new TestIndexSm(host.faps, host.status, host.macsec));
+  host.addFap(2);
+  EXPECT_TRUE(host.fapSm(2));
+  EXPECT_FALSE(host.fapSm(1)) << "present before: waits for handleInitialized";
+  host.sm->handleInitialized();
+  EXPECT_TRUE(host.fapSm(1));
+  host.sm->hasNotificationActiveIs(true);
+  EXPECT_EQ(followers(*host.faps), 1u) << "switching on follows once";
+
+  host.sm->hasNotificationActiveIs(false);
+  EXPECT_EQ(followers(*host.faps), 0u);
+  EXPECT_EQ(followers(*host.macsec), 0u) << "passed on to every FAP";
+  EXPECT_FALSE(host.fapSm(1)->hasNotificationActive());
+  host.addFap(3);
+  EXPECT_FALSE(host.fapSm(3));
+
+  host.sm->hasNotificationActiveIs(true);
+  EXPECT_TRUE(host.fapSm(2)->hasNotificationActive());
+  EXPECT_EQ(followers(*host.macsec), 2u);
+  host.addFap(4);
+  EXPECT_TRUE(host.fapSm(4)) << "followed again";
+
+  host.sm->vokDoZombieReactors(true);
+  host.addFap(5);
+  host.sm->vokDoZombieReactors(false);
+  host.addFap(6);
+  EXPECT_FALSE(host.fapSm(5)) << "a zombie handles nothing, and nothing is replayed";
+  EXPECT_TRUE(host.fapSm(6));
+
+  // Never switched on, destroyed: its subscription goes with it.
+  host.stop();
+  host.sm = Nubis::Ptr<TestIndexSm>(new TestIndexSm(host.faps, host.status, host.macsec));
+  host.stop();
+  EXPECT_EQ(followers(*host.faps), 0u);
+  Nubis::Ptr<TestIndexSm> detached(new TestIndexSm(nullptr, nullptr, nullptr));
+  detached->hasNotificationActiveIs(true);
+  detached->hasNotificationActiveIs(false);
+  EXPECT_FALSE(detached->hasNotificationActive()) << "null inputs are never followed";
+}
+
+TEST_F(LifecycleTest, IndexFapSmFollowsItsInputsFromConstructionAndDuringItsSweep) {
+  auto const set = host.addFap(1, {"Ethernet1", "Ethernet2", "Ethernet3", "Ethernet5"});
+  for (auto const* name : {"Ethernet2", "Ethernet3", "Ethernet4", "Ethernet5"}) {
+    host.macsecOn(name);
+  }
+  auto config = chip(1, 255, 255);
+  // Another agent's changes landing while the sweep is at Ethernet2: MACsec on Ethernet1 (already
+  // swept), Ethernet3 leaving and Ethernet4 joining (both ahead of the sweep).
+  config.onEngineAsked = [this, set, done = false](Portix::IntfId asked) mutable {
+    if (asked == intf("Ethernet2") && !done) {
+      done = true;
+      host.macsecOn("Ethernet1");
+      set->intfIdDel(intf("Ethernet3"));
+      set->intfIdIs(intf("Ethernet4"));
+    }
+  };
+  auto const status = host.status->indexFapStatusIs(fap(1), 1, 255, 255);
+  Nubis::Ptr<TestPolicy> const policy(new TestPolicy(fap(1), config));
+  Nubis::Ptr<IndexFapSm> machine(new IndexFapSm(fap(1), set, host.macsec, status, policy));
+  for (auto const* name : {"Ethernet1", "Ethernet2", "Ethernet4", "Ethernet5"}) {
+    EXPECT_TRUE(host.esec(1, name)) << name;
+  }
+  EXPECT_FALSE(host.esec(1, "Ethernet3"));
+  host.macsecOn("Ethernet1.1");
+  EXPECT_TRUE(host.esec(1, "Ethernet1.1")) << "never switched on, it follows all the same";
+  machine = nullptr;
+  EXPECT_EQ(followers(*set) + followers(*host.macsec), 0u) << "destroyed: follows nothing";
+}
+
+TEST_F(LifecycleTest, IndexFapSmHearsOnlyItsAttributesWhileSwitchedOnAndNotZombie) {
+  host.addFap(1, {"Ethernet1", "Ethernet2"});
+  host.start();
+  auto const machine = host.fapSm(1);
+  machine->hasNotificationActiveIs(false);
+  host.macsecOn("Ethernet1");
+  host.addIntf(1, "Ethernet3");
+  host.macsecOn("Ethernet3");
+  EXPECT_FALSE(host.esec(1, "Ethernet1") || host.esec(1, "Ethernet3")) << "switched off";
+  machine->hasNotificationActiveIs(true);
+  machine->vokDoZombieReactors(true);
+  host.delIntf(1, "Ethernet3");
+  host.addIntf(1, "Ethernet3");
+  EXPECT_FALSE(host.esec(1, "Ethernet3")) << "zombie";
+  machine->vokDoZombieReactors(false);
+  host.macsecOn("Ethernet2");
+  EXPECT_TRUE(host.esec(1, "Ethernet2"));
+  EXPECT_FALSE(host.esec(1, "Ethernet1")) << "missed notifications are not replayed";
+
+  host.macsec->publisher()->notify(Macsec::Status::kCpStatusAttr + 1,
+                                   Nubis::Key::of(intf("Ethernet1")));
+  EXPECT_FALSE(host.esec(1, "Ethernet1")) << "another attribute of the MACsec status";
+  host.macsec->publisher()->notify(Macsec::Status::kCpStatusAttr,
+                                   Nubis::Key::of(intf("Ethernet1")));
+  EXPECT_TRUE(host.esec(1, "Ethernet1"));
+}
+
+TEST_F(LifecycleTest, BrokenHostContractsStopTheProcess) {
+  host.addFap(1);
+  host.start();
+  auto const machine = host.fapSm(1);
+  EXPECT_DEATH(machine->reserveDisabledIndexes(3), "engineInstanceResources");
+  for (auto const& [drop, expression] : std::vector<std::pair<
+           Nubis::Ptr<OruMacSec::TableResources> (OruMacSec::EngineResources::*)(), char const*>>{
+           {&OruMacSec::EngineResources::esecScIndexDel, "esecScIndex\\(\\)"},
+           {&OruMacSec::EngineResources::isecSpIndexDel, "isecSpIndex\\(\\)"},
+           {&OruMacSec::EngineResources::msSubportNumDel, "msSubportNum\\(\\)"}}) {
+    EXPECT_DEATH(
+        {
+          ((*host.engine(1, 0)).*drop)();
+          machine->reserveDisabledIndexes(0);
+        },
+        expression);
+  }
+  // A new policy object for a served FAP, as if another agent rewrote the FAP's entry.
+  host.sm->policies[1] = Nubis::Ptr<TestPolicy>(new TestPolicy(fap(1), {}));
+  EXPECT_DEATH(host.faps->publisher()->notify(LogicalFap::LogicalFapOrderedCol::kLogicalFapAttr,
+                                              Nubis::Key::of(fap(1))),
+               "cannot reinstantiate IndexFapSm: attribute indexHelper");
+  try {
+    host.sm->indexFapSmIs(fap(1), nullptr, nullptr, nullptr, nullptr);
+    ADD_FAILURE() << "expected the reinstantiation error";
+  } catch (Vok::MutatorReinstantiatingError const& error) {
+    EXPECT_NE(std::string(error.what()).find("intfIdCol"), std::string::npos) << error.what();
+  }
+  EXPECT_EQ(host.sm->indexFapSmIs(fap(1), machine->intfIdCol(), machine->macsecStatus(),
+                                  machine->indexFapStatus(), machine->indexHelper()),
+            machine);
+  // A host whose chip layer has no policy for a FAP present.
+  EXPECT_DEATH(
+      {
+        struct NoPolicy : TestIndexSm {
+          using TestIndexSm::TestIndexSm;
+          Nubis::Ptr<OruMacSec::IndexHelper> getIndexHelper(LogicalFap::LogicalFapId) override {
+            return nullptr;
+          }
+        };
+        Nubis::Ptr<NoPolicy> sm(new NoPolicy(host.faps, host.status, host.macsec));
+        sm->handleInitialized();
+      },
+      "getIndexHelper gives a chip policy for every FAP present");
+}
+
+}  // namespace

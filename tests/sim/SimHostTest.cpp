@@ -1,0 +1,144 @@
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include "sim/StateFile.h"
+
+namespace {
+
+using Portix::IntfId;
+using ::testing::StartsWith;
+using ::testing::ThrowsMessage;
+
+void run(sim::SimHost& host, std::initializer_list<char const*> lines) {
+  for (char const* line : lines) {
+    host.run(*sim::parseLine(line));
+  }
+}
+
+std::string readFile(std::string const& path) {
+  return {std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
+}
+
+TEST(ScenarioReader, ExpandsRangesOfInterfacesAndTraceLevels) {
+  EXPECT_EQ(sim::expandInterfaces("Ethernet1-2.9-10"),
+            (std::vector<IntfId>{IntfId("Ethernet1.9"), IntfId("Ethernet1.10"),
+                                 IntfId("Ethernet2.9"), IntfId("Ethernet2.10")}));
+  EXPECT_EQ(std::get<sim::TraceCommand>(*sim::parseLine("trace 0,4-5")).levels,
+            Vok::traceLevelBit(0) | Vok::traceLevelBit(4) | Vok::traceLevelBit(5));
+  EXPECT_EQ(std::get<sim::TraceCommand>(*sim::parseLine("trace off")).levels, 0);
+}
+
+TEST(ScenarioReader, RefusesMalformedLinesSayingWhatIsWrong) {
+  std::vector<std::pair<std::string, std::string>> cases = {
+      {"fapp add 1", R"(unknown command "fapp")"},
+      {"fap move 1", R"(unknown action "fap move")"},
+      {"fap del", "usage: fap del <fap>"},
+      {"fap add 70000", R"(a logical FAP must be a number from 0 to 65535, not "70000")"},
+      {"chip 1 colour=red", R"(unknown chip parameter "colour"; usage: chip <fap>)"},
+      {"chip 1 static=maybe", R"(static must be yes or no, not "maybe")"},
+      {"chip 1 size=65534", R"(size must be a number from 0 to 65533, not "65534")"},
+      {"trace 10", R"(a trace level must be a number from 0 to 9, not "10")"},
+      {"agent pause", "usage: agent stop|start|restart"},
+      {"macsec on", "usage: macsec on|off <interfaces>..."},
+      {"intf add 1 Ethernet3-1", R"(the range in "Ethernet3-1" runs backwards)"},
+      {"intf del 1 eth1", R"(malformed interface name "eth1")"},
+      {"fap add 1 Ethernet1-1024.1-1025",
+       R"("Ethernet1-1024.1-1025" names 1049600 interfaces; at most 1048576 at once)"},
+  };
+  for (std::string bad : {"Ethernet", "Ethernet0", "Ethernet01", "Ethernet1.0", "Ethernet1.",
+                          "Ethernet1.2.3", "Ethernet1-", "Ethernet4294967296"}) {
+    cases.push_back({"macsec on " + bad, "malformed interface \"" + bad + "\" (expected"});
+  }
+  for (auto const& [line, expected] : cases) {
+    EXPECT_THAT([&] { sim::parseLine(line); }, ThrowsMessage<std::exception>(StartsWith(expected)));
+  }
+}
+
+TEST(SimHost, ACommandThatCannotApplyIsRefusedAndChangesNothing) {
+  sim::SimHost host(std::cout);
+  auto const refused = [&](std::initializer_list<char const*> lines) {
+    for (char const* line : lines) {
+      std::string const before = sim::stateText(host);
+      EXPECT_THROW(host.run(*sim::parseLine(line)), sim::ScenarioError) << line;
+      EXPECT_EQ(sim::stateText(host), before) << line;
+    }
+  };
+  run(host, {"agent start", "chip 1 engines=2 size=10", "fap add 1 Ethernet1"});
+  refused({"intf add 2 Ethernet1", "fap del 2", "fap add 1 Ethernet2", "agent start", "chip 1"});
+  run(host, {"chip 1 engines=2 size=10", "agent stop", "fap del 1"});  // the same chip is harmless
+  refused({"agent stop", "chip 1 engines=3 size=10"});  // FAP 1 keeps its status till a start
+  run(host, {"agent start", "chip 1 engines=3 size=10", "fap add 1 Ethernet1"});
+  EXPECT_EQ(host.status()->indexFapStatus(LogicalFap::LogicalFapId(1))->numEngineInstances(), 3);
+}
+
+class StateFile : public ::testing::Test {
+ protected:
+  void TearDown() override { std::remove(path_.c_str()); }
+  std::string const path_ = ::testing::TempDir() + "state-" + std::to_string(::getpid()) + ".json";
+};
+
+TEST_F(StateFile, KeepsEveryPartOfTheSharedStateAcrossASaveAndALoad) {
+  sim::SimHost host(std::cout), loaded(std::cout);
+  // Ethernet3 is served before Ethernet1.1 on their engine: a fresh agent would do otherwise.
+  run(host, {"agent start", "chip 1 engines=2 size=16 esec-disabled=16 per-port-disabled=yes",
+             "chip 3 static=yes", "fap add 1 Ethernet1-3", "fap add 3 Ethernet7",
+             "macsec on Ethernet3 Ethernet7", "macsec on Ethernet1.1 Ethernet2 Ethernet9"});
+  sim::saveState(host, path_);
+  ASSERT_TRUE(sim::loadState(loaded, path_));
+  EXPECT_EQ(loaded.chips(), host.chips());
+  EXPECT_EQ(sim::stateText(loaded), sim::stateText(host));
+  loaded.agentStart();  // a new agent over the loaded state keeps every index
+  EXPECT_EQ(sim::stateText(loaded), sim::stateText(host));
+}
+
+TEST_F(StateFile, AMalformedFileIsRefusedNamingTheFileAndThePlaceAndIsLeftAsItIs) {
+  std::string const top = "{\"format\": \"macsec-index-sim state\",\n\"version\": 1,\n\"chips\": [";
+  std::pair<std::string, std::string> const cases[] = {
+      {top + ",]}", "line 3, column 11: not valid JSON"},
+      {"[1, 2]", "at the top: not a macsec-index-sim state file"},
+      {R"({"format": "macsec-index-sim state", "version": 2})",
+       "at version: this simulator reads version 1"},
+      {top + R"({"fap": 1, "engines": -1}]})",
+       "at chips[0].engines: expected a whole number from 0 to 1024"},
+      {top + R"(], "faps": [], "macsec": [], "published": [{"fap": 2, "engines": 1,
+          "esec-disabled": 5, "isec-disabled": 5, "egress": [{}]}]})",
+       R"(at published[0].egress[0]: missing "interface")"},
+  };
+  for (auto const& [text, expected] : cases) {
+    std::ofstream(path_, std::ios::binary) << text;
+    sim::SimHost host(std::cout);
+    EXPECT_THAT(
+        [&] { sim::loadState(host, path_); },
+        ThrowsMessage<sim::StateFileError>(StartsWith("state file " + path_ + ": " + expected)));
+    EXPECT_EQ(readFile(path_), text) << "the file is left as it is";
+    EXPECT_EQ(sim::stateText(host), sim::stateText(sim::SimHost(std::cout))) << "partly loaded";
+  }
+}
+
+// A writer killed at any moment, again and again: the file always holds one whole state.
+TEST_F(StateFile, SurvivesTheWriterBeingKilledMidWrite) {
+  sim::SimHost empty(std::cout), large(std::cout);
+  run(large, {"chip 2 engines=4 size=4000", "fap add 2 Ethernet1-40", "agent start",
+              "macsec on Ethernet1-40.1-50"});
+  sim::saveState(empty, path_);
+  for (int round = 0; round < 20; ++round) {
+    pid_t const writer = ::fork();
+    ASSERT_GE(writer, 0);
+    for (int save = 0; writer == 0; ++save) {
+      sim::saveState(save % 2 ? empty : large, path_);
+    }
+    ::usleep(500 + useconds_t(round) * 997);  // moments spread over many saves
+    ::kill(writer, SIGKILL);
+    ::waitpid(writer, nullptr, 0);
+    std::string const text = readFile(path_);
+    ASSERT_TRUE(text == sim::stateText(empty) || text == sim::stateText(large)) << round;
+  }
+}
+
+}  // namespace

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "support/Capture.h"
+#include "support/HostTest.h"
 #include "support/IndexHost.h"
 #include "support/StatusDump.h"
 
@@ -58,22 +59,14 @@ class PublishObserver : public Nubis::Node {
   Nubis::Subscriber slot_;
 };
 
-class AllocationTest : public ::testing::Test {
+class AllocationTest : public testsupport::HostTest {
  protected:
-  void SetUp() override { baseline_ = Nubis::Node::liveCount(); }
-  void TearDown() override {
-    host = IndexHost();
-    EXPECT_EQ(Nubis::Node::liveCount(), baseline_) << "an entity leaked";
-  }
   void startWith(testsupport::ChipConfig config, std::vector<std::string> const& ports) {
     host.configs[1] = std::move(config);
     host.addFap(1, ports);
     host.start();
   }
   Nubis::Ptr<OruMacSec::EngineResources> engine0() { return host.engine(1, 0); }
-
-  IndexHost host;
-  std::int64_t baseline_ = 0;
 };
 
 TEST_F(AllocationTest, EntriesAreBookedBeforeTheRecordsArePublishedEgressFirst) {

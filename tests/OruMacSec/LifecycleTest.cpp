@@ -3,6 +3,7 @@
 // a host must keep. (The restart scenario traces the order of a start-up step by step.)
 #include <gtest/gtest.h>
 
+#include "support/HostTest.h"
 #include "support/IndexHost.h"
 
 namespace {
@@ -15,19 +16,11 @@ using testsupport::intf;
 using testsupport::TestIndexSm;
 using testsupport::TestPolicy;
 
-class LifecycleTest : public ::testing::Test {
+class LifecycleTest : public testsupport::HostTest {
  protected:
-  void SetUp() override { baseline_ = Nubis::Node::liveCount(); }
-  void TearDown() override {
-    host = IndexHost();
-    EXPECT_EQ(Nubis::Node::liveCount(), baseline_) << "an entity leaked";
-  }
   std::size_t followers(Nubis::Node const& input) const {
     return input.publisher()->subscriberCount();
   }
-
-  IndexHost host;
-  std::int64_t baseline_ = 0;
 };
 
 TEST_F(LifecycleTest, AFapPresentIsServedOnceAndLosesItsMachineAndStatusWhenItGoes) {

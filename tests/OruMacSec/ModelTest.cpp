@@ -1,12 +1,13 @@
 // Long random event sequences against a full host, checking after every event that no index an
-// interface uses is lost and no table entry is handed to two users.
+// interface uses is lost, that no table entry is handed to two users, and that restarting the
+// agent changes nothing that carrying on would not.
 //
 // The host has three logical FAPs with different chips and small tables, so that tables run full:
 // FAP 1 dynamic with a shared egress disabled index on two engines, FAP 2 dynamic with per-port
 // egress disabled entries, FAP 3 static. FAPs 1 and 2 serve ports 1 to 4 and their subinterfaces
 // 1 to 3; FAP 3 serves ports 5 to 7 only. (A running static FAP reconciles a subinterface without
 // MACsec only on that subinterface's own changes, while a start reconciles every member; the
-// restart tests show that difference. Keeping static subinterfaces out lets every invariant below
+// static-chip scenario shows that difference. Keeping static subinterfaces out lets every invariant below
 // hold without exceptions.)
 //
 // The default run is short enough for every CI run. For a long soak, raise the number of cases
@@ -27,7 +28,6 @@
 
 namespace {
 
-using OruMacSec::EsecIndexInfo;
 using OruMacSec::IndexFapStatus;
 using OruMacSec::SecIntfId;
 using OruMacSec::TableIndex;
@@ -69,13 +69,16 @@ struct Model {
   std::set<std::string> macsec;
 };
 
-// The host under test, and what it has told the operator: interfaces whose last allocation, with
-// inputs unchanged since, was refused for a full table.
+// The host under test; its twin `steady`, which gets the same events but restarts only when a
+// restart may change something; and what they have told the operator: interfaces whose last
+// allocation, with inputs unchanged since, was refused for a full table.
 class Sut : public Vok::LogSink {
  public:
   Sut() {
-    configure(host);
-    host.start();
+    for (IndexHost* each : {&host, &steady}) {
+      configure(*each);
+      each->start();
+    }
     Vok::logSinkAdd(*this);
   }
   ~Sut() override { Vok::logSinkRemove(*this); }
@@ -98,10 +101,17 @@ class Sut : public Vok::LogSink {
     refused.insert({U16(fap), name});
   }
 
+  // Applies an input change to both hosts.
+  template <typename Change>
+  void change(Change const& apply) {
+    apply(host);
+    apply(steady);
+  }
   void checkInvariants(Model const& model);
-  void checkRestart(Model const& model);
+  void restart(Model const& model);
 
   IndexHost host;
+  IndexHost steady;
   std::set<std::pair<U16, std::string>> refused;
   std::string malformedLog;
 };
@@ -119,6 +129,8 @@ void Sut::checkInvariants(Model const& model) {
   RC_ASSERT(malformedLog.empty());
   auto const problems = testsupport::checkAgent(*host.sm);
   RC_ASSERT(problems == std::vector<std::string>());
+  RC_ASSERT(testsupport::publishedDump(*host.status) == testsupport::publishedDump(*steady.status));
+  RC_ASSERT(testsupport::bookingDump(*host.sm) == testsupport::bookingDump(*steady.sm));
   for (auto const& [fapId, members] : model.sets) {
     auto const status = host.fapStatus(fapId);
     RC_ASSERT(status);
@@ -148,10 +160,11 @@ void Sut::checkInvariants(Model const& model) {
   }
 }
 
-// Across a restart, whatever an interface keeps it keeps unchanged. When no allocation is pending
-// after a refusal and every subinterface that runs MACsec is a member of the sets whose port it
-// shares, nothing at all changes.
-void Sut::checkRestart(Model const& model) {
+// Restarting changes nothing that carrying on would not: when no allocation is pending after a
+// refusal and every subinterface that runs MACsec is a member of the sets its port is in, the
+// restarted agent publishes and books what the steady one does, now and after every later event.
+// Otherwise (a refusal retried, a subinterface's records dropped) both restart, to stay comparable.
+void Sut::restart(Model const& model) {
   bool const unchanged =
       refused.empty() && std::all_of(model.sets.begin(), model.sets.end(), [&](auto const& entry) {
         auto const& members = entry.second;
@@ -159,27 +172,11 @@ void Sut::checkRestart(Model const& model) {
           return !isSub(name) || members.count(portOf(name)) == 0 || members.count(name) != 0;
         });
       });
-  std::map<std::pair<U16, std::string>, EsecIndexInfo> before;
-  for (auto const& [fapId, members] : model.sets) {
-    auto const status = host.fapStatus(fapId);
-    for (auto record = status->esecIndexInfoIter(); record; ++record) {
-      before[{fapId, Portix::valueToStrep(record.key().intfId())}] = *record;
-    }
-  }
-  auto const published = testsupport::publishedDump(*host.status);
-  auto const booked = testsupport::bookingDump(*host.sm);
   host.stop();
   host.start();
-  for (auto const& [key, record] : before) {
-    auto const status = host.fapStatus(key.first);
-    SecIntfId const id(intf(key.second));
-    if (status->esecIndexInfoHas(id) && unchanged) {
-      RC_ASSERT(status->esecIndexInfo(id) == record);
-    }
-  }
-  if (unchanged) {
-    RC_ASSERT(testsupport::publishedDump(*host.status) == published);
-    RC_ASSERT(testsupport::bookingDump(*host.sm) == booked);
+  if (!unchanged) {
+    steady.stop();
+    steady.start();
   }
 }
 
@@ -187,25 +184,9 @@ void Sut::checkRestart(Model const& model) {
 
 using Command = rc::state::Command<Model, Sut>;
 
-// Events checked over the whole run, reported at its end so that a soak states its size.
-std::uint64_t eventsChecked = 0;
-
-class EventCountReport : public ::testing::Environment {
- public:
-  void TearDown() override {
-    if (eventsChecked != 0) {
-      std::printf("index manager model: %llu events checked\n",
-                  static_cast<unsigned long long>(eventsChecked));
-    }
-  }
-};
-::testing::Environment* const eventCountReport =
-    ::testing::AddGlobalTestEnvironment(new EventCountReport);
-
 // Runs the event on the host, then checks the invariants against the inputs after the event.
 struct Event : Command {
   void run(Model const& model, Sut& sut) const final {
-    ++eventsChecked;
     Model after = model;
     apply(after);
     act(after, sut);
@@ -217,40 +198,35 @@ struct Event : Command {
 U16 anyFap() {
   return *rc::gen::inRange<U16>(1, 4);
 }
+void include(std::set<std::string>& set, std::string const& name, bool in) {
+  in ? void(set.insert(name)) : void(set.erase(name));
+}
 
-struct FapAdd : Event {
+// A FAP added (arriving with its interfaces, as a FAP whose set was filled before it was
+// announced) or removed.
+struct FapChange : Event {
   U16 fapId = anyFap();
+  bool add = *rc::gen::arbitrary<bool>();
   std::vector<std::string> members =
       *rc::gen::unique<std::vector<std::string>>(rc::gen::elementOf(universeOf(fapId)));
   void checkPreconditions(Model const& model) const override {
-    RC_PRE(model.sets.count(fapId) == 0);
+    RC_PRE(model.sets.count(fapId) == (add ? 0u : 1u));
   }
   void apply(Model& model) const override {
-    model.sets[fapId].insert(members.begin(), members.end());
+    add ? void(model.sets[fapId].insert(members.begin(), members.end()))
+        : void(model.sets.erase(fapId));
   }
   void act(Model const&, Sut& sut) const override {
-    // The FAP arrives with its interfaces, as a FAP whose set was filled before it was announced.
-    sut.host.faps->logicalFapIs(fap(fapId));
-    for (auto const& name : members) {
-      sut.host.addIntf(fapId, name);
-    }
+    sut.change([&](IndexHost& host) {
+      add ? void(host.addFap(fapId, members)) : void(host.faps->logicalFapDel(fap(fapId)));
+    });
   }
   void show(std::ostream& os) const override {
-    os << "fap add " << fapId;
-    for (auto const& name : members) {
+    os << "fap " << (add ? "add " : "del ") << fapId;
+    for (auto const& name : add ? members : std::vector<std::string>()) {
       os << " " << name;
     }
   }
-};
-
-struct FapDel : Event {
-  U16 fapId = anyFap();
-  void checkPreconditions(Model const& model) const override {
-    RC_PRE(model.sets.count(fapId) != 0);
-  }
-  void apply(Model& model) const override { model.sets.erase(fapId); }
-  void act(Model const&, Sut& sut) const override { sut.host.faps->logicalFapDel(fap(fapId)); }
-  void show(std::ostream& os) const override { os << "fap del " << fapId; }
 };
 
 struct IntfChange : Event {
@@ -260,19 +236,11 @@ struct IntfChange : Event {
   void checkPreconditions(Model const& model) const override {
     RC_PRE(model.sets.count(fapId) != 0);
   }
-  void apply(Model& model) const override {
-    if (add) {
-      model.sets[fapId].insert(name);
-    } else {
-      model.sets[fapId].erase(name);
-    }
-  }
+  void apply(Model& model) const override { include(model.sets[fapId], name, add); }
   void act(Model const&, Sut& sut) const override {
-    if (add) {
-      sut.host.addIntf(fapId, name);
-    } else {
-      sut.host.delIntf(fapId, name);
-    }
+    sut.change([&](IndexHost& host) {
+      add ? host.addIntf(fapId, name) : host.delIntf(fapId, name);
+    });
   }
   void show(std::ostream& os) const override {
     os << "intf " << (add ? "add " : "del ") << fapId << " " << name;
@@ -282,38 +250,29 @@ struct IntfChange : Event {
 struct MacsecChange : Event {
   std::string name = *rc::gen::elementOf(kDynamicInterfaces);
   bool on = *rc::gen::arbitrary<bool>();
-  void apply(Model& model) const override {
-    if (on) {
-      model.macsec.insert(name);
-    } else {
-      model.macsec.erase(name);
-    }
-  }
+  void apply(Model& model) const override { include(model.macsec, name, on); }
   void act(Model const&, Sut& sut) const override {
-    if (on) {
-      sut.host.macsecOn(name);
-    } else {
-      sut.host.macsecOff(name);
-    }
+    sut.change([&](IndexHost& host) { on ? host.macsecOn(name) : host.macsecOff(name); });
   }
   void show(std::ostream& os) const override { os << "macsec " << (on ? "on " : "off ") << name; }
 };
 
 struct AgentRestart : Event {
   void apply(Model&) const override {}
-  void act(Model const& after, Sut& sut) const override { sut.checkRestart(after); }
+  void act(Model const& after, Sut& sut) const override { sut.restart(after); }
   void show(std::ostream& os) const override { os << "agent restart"; }
 };
 
-RC_GTEST_PROP(IndexManagerModel, NoIndexInUseIsLostAndNoEntryIsHandedOutTwice, ()) {
+RC_GTEST_PROP(IndexManagerModel, NothingInUseIsLostNothingIsHandedOutTwiceRestartsChangeNothing,
+              ()) {
   auto const baseline = Nubis::Node::liveCount();
   {
     Model const initial;
     Sut sut;
     rc::state::check(
         initial, sut,
-        rc::state::gen::execOneOfWithArgs<FapAdd, FapDel, IntfChange, IntfChange, MacsecChange,
-                                          MacsecChange, MacsecChange, AgentRestart>());
+        rc::state::gen::execOneOfWithArgs<FapChange, FapChange, IntfChange, IntfChange,
+                                          MacsecChange, MacsecChange, MacsecChange, AgentRestart>());
   }
   RC_ASSERT(Nubis::Node::liveCount() == baseline);
 }

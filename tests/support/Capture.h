@@ -13,13 +13,6 @@
 
 namespace testsupport {
 
-struct CapturedTrace {
-  U16 level;
-  std::string className;
-  std::string function;
-  std::string text;
-};
-
 struct CapturedLog {
   std::string name;
   std::string text;
@@ -41,7 +34,7 @@ class Capture : public Vok::TraceSink, public Vok::LogSink {
   Capture& operator=(Capture const&) = delete;
 
   void traceWritten(Vok::TraceRecord const& record) override {
-    traces.push_back({record.level, record.className, record.function, std::string(record.text)});
+    traces.emplace_back(record.level, std::string(record.text));
   }
   void logWritten(Vok::LogRecord const& record) override {
     logs.push_back({std::string(record.name), std::string(record.text)});
@@ -50,9 +43,9 @@ class Capture : public Vok::TraceSink, public Vok::LogSink {
   // The texts of the traces written at `level`, in order.
   std::vector<std::string> texts(U16 level) const {
     std::vector<std::string> out;
-    for (auto const& trace : traces) {
-      if (trace.level == level) {
-        out.push_back(trace.text);
+    for (auto const& [traceLevel, text] : traces) {
+      if (traceLevel == level) {
+        out.push_back(text);
       }
     }
     return out;
@@ -62,7 +55,7 @@ class Capture : public Vok::TraceSink, public Vok::LogSink {
     logs.clear();
   }
 
-  std::vector<CapturedTrace> traces;
+  std::vector<std::pair<U16, std::string>> traces;  // level, text
   std::vector<CapturedLog> logs;
 };
 

@@ -87,7 +87,6 @@ class TestIndexSm : public OruMacSec::IndexSm {
   using IndexSm::IndexSm;
 
   Nubis::Ptr<OruMacSec::IndexHelper> getIndexHelper(LogicalFap::LogicalFapId id) override {
-    ++getIndexHelperCalls;
     auto& policy = policies[id.value()];
     if (!policy) {
       policy = Nubis::Ptr<TestPolicy>(new TestPolicy(id, configs[id.value()]));
@@ -97,7 +96,6 @@ class TestIndexSm : public OruMacSec::IndexSm {
 
   std::map<U16, ChipConfig> configs;
   std::map<U16, Nubis::Ptr<TestPolicy>> policies;
-  int getIndexHelperCalls = 0;
 };
 
 // The shared state of a switch and, while started, the agent's IndexSm over it.

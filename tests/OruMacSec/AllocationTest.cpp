@@ -1,7 +1,6 @@
 // Allocation and release of an interface's four entries where the scenarios cannot show it: the
-// order of bookings and publications, which tables are searched and named, what release frees,
-// ports' egress disabled entries after failed attempts, and static indexes that the simulator's
-// policy never gives.
+// order of bookings and publications, what release frees, the contracts of the disabled-entry
+// operations, and static indexes that the simulator's policy never gives.
 #include <gtest/gtest.h>
 
 #include "support/Capture.h"
@@ -15,46 +14,32 @@ using OruMacSec::IndexFapStatus;
 using OruMacSec::SecIntfId;
 using OruMacSec::TableIndex;
 using OruMacSec::TableResources;
-using testsupport::Capture;
 using testsupport::chip;
 using testsupport::esecRecord;
 using testsupport::IndexHost;
 using testsupport::intf;
 using testsupport::isecRecord;
 
-// Records, at each change of FAP 1's records, which collection changed and whether the entries
-// the record names were booked in engine 0 at that moment.
+// Notes each change of FAP 1's records as a reader hears it (after the handler that made it), with
+// the number of entries that engine 0 has booked in its four tables at that moment.
 class PublishObserver : public Nubis::Node {
  public:
   explicit PublishObserver(IndexHost& host) : host_(host), slot_(*this) {
-    slot_.handlerIs(&PublishObserver::handle);
+    slot_.handlerIs([](Nubis::Notification const& notification) {
+      auto& self = static_cast<PublishObserver&>(notification.subscriber.owner());
+      auto const& engine = *self.host_.engine(1, 0);
+      self.events.push_back(fmt::format(
+          "{} {} with {} booked", notification.key.as<SecIntfId>(),
+          notification.attrId == IndexFapStatus::kEsecIndexInfoAttr ? "egress" : "ingress",
+          engine.esecScIndex()->allocatedIndexSize() + engine.isecScIndex()->allocatedIndexSize() +
+              engine.isecSpIndex()->allocatedIndexSize() +
+              engine.msSubportNum()->allocatedIndexSize()));
+    });
     host.fapStatus(1)->publisher()->subscriberAdd(slot_, false);
   }
   std::vector<std::string> events;
 
  private:
-  static void handle(Nubis::Notification const& notification) {
-    auto& self = static_cast<PublishObserver&>(notification.subscriber.owner());
-    auto const key = notification.key.as<SecIntfId>();
-    auto const status = self.host_.fapStatus(1);
-    auto const& engine = *self.host_.engine(1, 0);
-    auto const has = [](Nubis::Ptr<TableResources> const& table, OruMacSec::TableIndex index) {
-      return table->allocatedIndexHas(index.value());
-    };
-    bool const egress = notification.attrId == IndexFapStatus::kEsecIndexInfoAttr;
-    bool const present = egress ? status->esecIndexInfoHas(key) : status->isecIndexInfoHas(key);
-    auto const e = status->esecIndexInfo(key);
-    auto const i = status->isecIndexInfo(key);
-    bool const booked = egress ? has(engine.esecScIndex(), e.esecScIndex())
-                               : has(engine.isecScIndex(), i.isecScIndex()) &&
-                                     has(engine.isecSpIndex(), i.isecSpIndex()) &&
-                                     has(engine.msSubportNum(), i.msSubportNum());
-    self.events.push_back(fmt::format("{} {} {}", key, egress ? "egress" : "ingress",
-                                      !present ? "removed"
-                                      : booked ? "booked"
-                                               : "NOT booked"));
-  }
-
   IndexHost& host_;
   Nubis::Subscriber slot_;
 };
@@ -69,42 +54,19 @@ class AllocationTest : public testsupport::HostTest {
   Nubis::Ptr<OruMacSec::EngineResources> engine0() { return host.engine(1, 0); }
 };
 
-TEST_F(AllocationTest, EntriesAreBookedBeforeTheRecordsArePublishedEgressFirst) {
+TEST_F(AllocationTest, ReadersHearEgressFirstAndFindTheEntriesBooked) {
   startWith(chip(1, 255, 0), {"Ethernet1"});
   PublishObserver observer(host);
   host.macsecOn("Ethernet1");
   EXPECT_EQ(host.esec(1, "Ethernet1"), esecRecord("Ethernet1", 1, 0)) << "egress 0 is reserved";
   EXPECT_EQ(host.isec(1, "Ethernet1"), isecRecord("Ethernet1", 0, 0, 0, 0));
   host.macsecOff("Ethernet1");
+  // Three reserved entries, four of the interface's.
   EXPECT_EQ(observer.events,
-            (std::vector<std::string>{"Ethernet1 egress booked", "Ethernet1 ingress booked",
-                                      "Ethernet1 egress removed", "Ethernet1 ingress removed"}));
+            (std::vector<std::string>{
+                "Ethernet1 egress with 7 booked", "Ethernet1 ingress with 7 booked",
+                "Ethernet1 egress with 3 booked", "Ethernet1 ingress with 3 booked"}));
   EXPECT_EQ(engine0()->esecScIndex()->allocatedIndexSize(), 1u) << "only the reservation left";
-}
-
-// The table that refuses is named; size 2: entries 0 and 1 fill any table.
-TEST_F(AllocationTest, EachTableIsNamedWhenItAloneIsFull) {
-  startWith(chip(1, 2, 2), {"Ethernet1"});
-  std::vector<std::pair<Nubis::Ptr<TableResources>, char const*>> const tables = {
-      {engine0()->esecScIndex(), "ESEC_SC_TABLE"},
-      {engine0()->isecScIndex(), "ISEC_SC_TABLE"},
-      {engine0()->isecSpIndex(), "ISEC_SP_TABLE"},
-      {engine0()->msSubportNum(), "SUB_PORT_POLICY_TABLE"}};
-  Capture capture(Vok::traceLevelBit(0));
-  for (auto const& [table, name] : tables) {
-    table->allocateIndex(0);
-    table->allocateIndex(1);
-    capture.clear();
-    host.macsecOn("Ethernet1");
-    EXPECT_EQ(capture.texts(0),
-              std::vector<std::string>{std::string(name) +
-                                       " hardware resources are full on LogicalFapId 1, "
-                                       "EngineInstance 0"});
-    EXPECT_FALSE(host.esec(1, "Ethernet1"));
-    host.macsecOff("Ethernet1");
-    table->freeIndex(0);
-    table->freeIndex(1);
-  }
 }
 
 // A record without its partner (left by a crash) must not make release free entries that other
@@ -130,87 +92,28 @@ TEST_F(AllocationTest, ReleaseFreesOnlyWhatExistingRecordsNameInThePolicysEngine
   EXPECT_TRUE(host.engine(1, 1)->isecScIndex()->allocatedIndexHas(0));
 }
 
-TEST_F(AllocationTest, AnEngineThePolicyNamesButTheFapLacksStopsTheProcess) {
-  testsupport::ChipConfig config = chip(1, 255, 255);
+// An engine that the policy names but the FAP lacks, and the disabled-entry operations outside
+// their preconditions.
+TEST_F(AllocationTest, BrokenContractsStopTheProcess) {
+  testsupport::ChipConfig config = chip(1, 10, 10, /*perPortDisabled=*/true);
   config.engineOf[intf("Ethernet3")] = 5;
-  startWith(config, {"Ethernet3"});
+  startWith(config, {"Ethernet1", "Ethernet2", "Ethernet3"});
   EXPECT_DEATH(host.macsecOn("Ethernet3"),
                "the chip policy names an engine instance that does not exist.*"
                "OruMacSec/OruMacSecIndexSm");
-}
-
-// --- Egress disabled entries of ports, tables filled by hand ----------------------------------
-class DisabledEntryTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    host.configs[1] = chip(1, 10, 10, /*perPortDisabled=*/true);
-    host.addFap(1, {"Ethernet1", "Ethernet2"});
-    host.start();
-  }
-  // The index of the port's disabled entry, or -1.
-  int disabled(char const* port) const {
-    auto const entry = host.disabled(1, port);
-    return entry ? entry->esecScIndex().value() : -1;
-  }
-  static void fill(Nubis::Ptr<OruMacSec::TableResources> const& table, U16 count) {
-    for (U16 i = 0; i < count; ++i) {
-      table->allocateIndex(i);
-    }
-  }
-
-  IndexHost host;
-};
-
-TEST_F(DisabledEntryTest, ASubinterfaceRefusedForLackOfEgressEntriesChangesNothing) {
-  auto const engine = host.engine(1, 0);
-  fill(engine->esecScIndex(), 9);
-  // One egress entry left: enough for the port's entry, not for the subinterface's own.
-  Capture capture(Vok::traceLevelBit(1) | Vok::traceLevelBit(4));
-  EXPECT_EQ(host.fapSm(1)->maybeAllocateEsecDisabledIndex(intf("Ethernet1.1")),
-            TableIndex::invalid());
-  EXPECT_EQ(disabled("Ethernet1"), -1);
-  EXPECT_EQ(engine->esecScIndex()->allocatedIndexSize(), 9u) << "the port's entry was given back";
-  EXPECT_EQ(capture.texts(1),
-            (std::vector<std::string>{"There are no more free entries in table EsecScTable.",
-                                      " allocation failed for intfId: Ethernet1.1, no free "
-                                      "esecScIndex"}));
-
-  engine->esecScIndex()->allocateIndex(9);
-  capture.clear();
-  host.macsecOn("Ethernet1.1");
-  EXPECT_EQ(disabled("Ethernet1"), -1);
-  EXPECT_FALSE(host.esec(1, "Ethernet1.1"));
-  EXPECT_EQ(capture.texts(1),
-            (std::vector<std::string>{"There are no more free entries in table EsecScTable.",
-                                      " allocation failed for intfId: Ethernet1.1, no free "
-                                      "esecScIndex for Ethernet1"}));
-}
-
-TEST_F(DisabledEntryTest, HasAllocatedSubinterfaceLooksAtThePortsOtherSubinterfaces) {
-  host.macsecOn("Ethernet1");
-  auto const machine = host.fapSm(1);
-  EXPECT_FALSE(machine->hasAllocatedSubinterface(intf("Ethernet1"))) << "only the port itself";
-  host.macsecOn("Ethernet2.1");
-  EXPECT_FALSE(machine->hasAllocatedSubinterface(intf("Ethernet1")));
-  host.macsecOn("Ethernet1.4");
-  Capture capture(Vok::traceLevelBit(4));
-  EXPECT_TRUE(machine->hasAllocatedSubinterface(intf("Ethernet1.9")));
-  EXPECT_EQ(capture.texts(4),
-            (std::vector<std::string>{"Ethernet1 has an allocated subinterface: Ethernet1.4"}));
-}
-
-TEST_F(DisabledEntryTest, TheDisabledEntryOperationsGuardTheirPreconditions) {
   EXPECT_DEATH(host.fapSm(1)->removeIntfFromEsecLoopbackDisabledIndexInfo(intf("Ethernet2")),
                "indexFapStatus\\(\\)->esecLoopbackDisabledIndexInfoHas\\( secIntfId \\)");
+  for (U16 i = 0; i < 10; ++i) {
+    engine0()->esecScIndex()->allocateIndex(i);
+  }
+  EXPECT_DEATH(host.fapSm(1)->addIntfToEsecLoopbackDisabledIndexInfo(intf("Ethernet2")),
+               "esecScIndex != TableIndex::invalid\\(\\)");
   IndexHost shared;
   shared.configs[1] = chip(1, 10, 10);
   shared.addFap(1, {"Ethernet1"});
   shared.start();
   EXPECT_DEATH(shared.fapSm(1)->maybeAllocateEsecDisabledIndex(intf("Ethernet1.1")),
                "indexHelper\\(\\)->esecDisabledIndexPerPortRequired\\(\\)");
-  fill(host.engine(1, 0)->esecScIndex(), 10);
-  EXPECT_DEATH(host.fapSm(1)->addIntfToEsecLoopbackDisabledIndexInfo(intf("Ethernet2")),
-               "esecScIndex != TableIndex::invalid\\(\\)");
 }
 
 // --- Static indexes ----------------------------------------------------------------------------

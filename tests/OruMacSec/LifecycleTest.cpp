@@ -1,6 +1,6 @@
 // How the two state machines come and go: which inputs they follow from construction on, what
-// switching notifications off and on and the zombie flag do, a FAP's removal, and the contracts
-// a host must keep. (The restart scenario traces the order of a start-up step by step.)
+// switching notifications off and on and the zombie flag do, and the contracts a host must keep.
+// (The restart scenario traces the order of a start-up step by step.)
 #include <gmock/gmock.h>
 
 #include "support/HostTest.h"
@@ -148,12 +148,17 @@ TEST_F(LifecycleTest, BrokenHostContractsStopTheProcess) {
   EXPECT_DEATH(host.faps->publisher()->notify(LogicalFap::LogicalFapOrderedCol::kLogicalFapAttr,
                                               Nubis::Key::of(fap(1))),
                "cannot reinstantiate IndexFapSm: attribute indexHelper");
-  EXPECT_THAT([&] { host.sm->indexFapSmIs(fap(1), nullptr, nullptr, nullptr, nullptr); },
-              testing::ThrowsMessage<Vok::MutatorReinstantiatingError>(testing::HasSubstr(
-                  "intfIdCol")));
+  EXPECT_THAT(
+      [&] { host.sm->indexFapSmIs(fap(1), nullptr, nullptr, nullptr, nullptr); },
+      testing::ThrowsMessage<Vok::MutatorReinstantiatingError>(testing::HasSubstr("intfIdCol")));
   EXPECT_EQ(host.sm->indexFapSmIs(fap(1), machine->intfIdCol(), machine->macsecStatus(),
                                   machine->indexFapStatus(), machine->indexHelper()),
             machine);
+  // Published status with an egress record whose partner is missing, which the start-up cleanup
+  // removes before any rebuild.
+  host.fapStatus(1)->esecIndexInfoIs(testsupport::esecRecord("Ethernet1", 1, 0));
+  EXPECT_DEATH(machine->initializeBookkeeping(),
+               "indexFapStatus\\(\\)->isecIndexInfoHas\\( iter.key\\(\\) \\)");
   // A host whose chip layer has no policy for a FAP present.
   EXPECT_DEATH(
       {

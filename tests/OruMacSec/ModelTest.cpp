@@ -7,8 +7,8 @@
 // egress disabled entries, FAP 3 static. FAPs 1 and 2 serve ports 1 to 4 and their subinterfaces
 // 1 to 3; FAP 3 serves ports 5 to 7 only. (A running static FAP reconciles a subinterface without
 // MACsec only on that subinterface's own changes, while a start reconciles every member; the
-// static-chip scenario shows that difference. Keeping static subinterfaces out lets every invariant below
-// hold without exceptions.)
+// static-chip scenario shows that difference. Keeping static subinterfaces out lets every invariant
+// below hold without exceptions.)
 //
 // The default run is short enough for every CI run. For a long soak, raise the number of cases
 // through rapidcheck's environment variable, e.g. RC_PARAMS="max_success=20000".
@@ -16,11 +16,10 @@
 #include <rapidcheck/gtest.h>
 #include <rapidcheck/state.h>
 
-#include <cstdio>
 #include <map>
+#include <regex>
 #include <set>
 #include <string>
-#include <string_view>
 
 #include "support/IndexHost.h"
 #include "support/Invariants.h"
@@ -84,21 +83,16 @@ class Sut : public Vok::LogSink {
   ~Sut() override { Vok::logSinkRemove(*this); }
 
   void logWritten(Vok::LogRecord const& record) override {
-    if (record.name != "MACSEC_INTERFACE_HW_RESOURCE_FULL") {
-      return;
+    static std::regex const kFull(
+        "Unable to configure MACsec on (\\S+) due to insufficient hardware resources on module "
+        "(\\d+), engine \\d+\\.");
+    std::cmatch match;
+    if (record.name == "MACSEC_INTERFACE_HW_RESOURCE_FULL") {
+      // Throwing here would unwind through the component, so a malformed text is reported later.
+      std::regex_match(record.text.data(), record.text.data() + record.text.size(), match, kFull)
+          ? void(refused.insert({U16(std::stoi(match[2])), match[1]}))
+          : void(malformedLog = record.text);
     }
-    // Throwing here would unwind through the component, so a malformed text is reported later.
-    std::string const text(record.text);
-    char name[64];
-    unsigned fap = 0;
-    if (std::sscanf(text.c_str(),
-                    "Unable to configure MACsec on %63s due to insufficient hardware resources on "
-                    "module %u, engine",
-                    name, &fap) != 2) {
-      malformedLog = text;
-      return;
-    }
-    refused.insert({U16(fap), name});
   }
 
   // Applies an input change to both hosts.
@@ -238,9 +232,8 @@ struct IntfChange : Event {
   }
   void apply(Model& model) const override { include(model.sets[fapId], name, add); }
   void act(Model const&, Sut& sut) const override {
-    sut.change([&](IndexHost& host) {
-      add ? host.addIntf(fapId, name) : host.delIntf(fapId, name);
-    });
+    sut.change(
+        [&](IndexHost& host) { add ? host.addIntf(fapId, name) : host.delIntf(fapId, name); });
   }
   void show(std::ostream& os) const override {
     os << "intf " << (add ? "add " : "del ") << fapId << " " << name;
@@ -269,10 +262,10 @@ RC_GTEST_PROP(IndexManagerModel, NothingInUseIsLostNothingIsHandedOutTwiceRestar
   {
     Model const initial;
     Sut sut;
-    rc::state::check(
-        initial, sut,
-        rc::state::gen::execOneOfWithArgs<FapChange, FapChange, IntfChange, IntfChange,
-                                          MacsecChange, MacsecChange, MacsecChange, AgentRestart>());
+    rc::state::check(initial, sut,
+                     rc::state::gen::execOneOfWithArgs<FapChange, FapChange, IntfChange, IntfChange,
+                                                       MacsecChange, MacsecChange, MacsecChange,
+                                                       AgentRestart>());
   }
   RC_ASSERT(Nubis::Node::liveCount() == baseline);
 }

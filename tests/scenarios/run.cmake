@@ -2,15 +2,24 @@
 # the exit status) with the expected one. With -DUPDATE=ON, writes the expected transcript instead.
 #   cmake -DSIM=<program> -DSCENARIO=<name.scn> -DDIR=<folder> [-DUPDATE=ON] -P run.cmake
 # A scenario <name>.scn with a companion <name>.then.scn runs in two runs of the simulator over
-# one state file, as one switch whose agent restarted in between.
+# one state file, as one switch whose agent restarted in between. One with a companion
+# <name>.given.json starts from the shared state in it (state that a crash or a hand edit leaves).
 get_filename_component(name "${SCENARIO}" NAME_WE)
 set(runs "${name}.scn")
 set(state_args "")
+set(state_file "${name}.state.json")
 if(EXISTS "${DIR}/${name}.then.scn")
   list(APPEND runs "${name}.then.scn")
-  set(state_file "${name}.state.json")
-  file(REMOVE "${DIR}/${state_file}")
   set(state_args --state "${state_file}")
+endif()
+if(EXISTS "${DIR}/${name}.given.json")
+  set(state_args --state "${state_file}")
+endif()
+if(state_args)
+  file(REMOVE "${DIR}/${state_file}")
+endif()
+if(EXISTS "${DIR}/${name}.given.json")
+  file(COPY_FILE "${DIR}/${name}.given.json" "${DIR}/${state_file}")
 endif()
 set(transcript "")
 foreach(run IN LISTS runs)

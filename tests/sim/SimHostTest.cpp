@@ -1,6 +1,4 @@
 #include <gmock/gmock.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -11,7 +9,6 @@
 
 namespace {
 
-using Portix::IntfId;
 using ::testing::StartsWith;
 using ::testing::ThrowsMessage;
 
@@ -23,15 +20,6 @@ void run(sim::SimHost& host, std::initializer_list<char const*> lines) {
 
 std::string readFile(std::string const& path) {
   return {std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
-}
-
-TEST(ScenarioReader, ExpandsRangesOfInterfacesAndTraceLevels) {
-  EXPECT_EQ(sim::expandInterfaces("Ethernet1-2.9-10"),
-            (std::vector<IntfId>{IntfId("Ethernet1.9"), IntfId("Ethernet1.10"),
-                                 IntfId("Ethernet2.9"), IntfId("Ethernet2.10")}));
-  EXPECT_EQ(std::get<sim::TraceCommand>(*sim::parseLine("trace 0,1-9")).levels,
-            Vok::kAllTraceLevels);
-  EXPECT_EQ(std::get<sim::TraceCommand>(*sim::parseLine("trace off")).levels, 0);
 }
 
 TEST(ScenarioReader, RefusesMalformedLinesSayingWhatIsWrong) {
@@ -116,29 +104,6 @@ TEST_F(StateFile, AMalformedFileIsRefusedNamingTheFileAndThePlaceAndIsLeftAsItIs
     EXPECT_EQ(readFile(path), text) << "the file is left as it is";
     EXPECT_EQ(sim::stateText(host), sim::stateText(sim::SimHost(std::cout))) << "partly loaded";
   }
-}
-
-TEST_F(StateFile, SurvivesTheWriterBeingKilledMidWrite) {
-  sim::SimHost empty(std::cout), large(std::cout);
-  run(large, {"fap add 2 Ethernet1-40", "agent start", "macsec on Ethernet1-40.1-5"});
-  auto const whole = ::testing::AnyOf(sim::stateText(empty), sim::stateText(large));
-  sim::saveState(empty, path);
-  for (int round = 0; round < 20; ++round) {
-    pid_t const writer = ::fork();
-    ASSERT_GE(writer, 0);
-    for (int save = round; writer == 0; ++save) {
-      sim::saveState(save % 2 ? empty : large, path);
-    }
-    // Reads while it saves (from either state first) and after it is killed find one whole state.
-    int torn = 0;
-    for (int read = 0; read < round * 50; ++read) {
-      torn += !::testing::Value(readFile(path), whole);
-    }
-    ::kill(writer, SIGKILL);
-    ::waitpid(writer, nullptr, 0);
-    ASSERT_TRUE(torn == 0 && ::testing::Value(readFile(path), whole)) << round << ", " << torn;
-  }
-  sim::saveState(empty, path);  // takes along the temporary file that a killed save leaves
 }
 
 }  // namespace

@@ -138,7 +138,7 @@ struct IndexHost {
     return fapSm(id)->oruMacSecEngineResources(engineInstance);
   }
 
-  // The interface's egress record, ingress record or (for a port) egress disabled entry, if any.
+  // The interface's egress or ingress record, if any.
   std::optional<OruMacSec::EsecIndexInfo> esec(U16 id, std::string const& name) const {
     return find(fapStatus(id)->esecIndexInfoHas(key(name)),
                 fapStatus(id)->esecIndexInfo(key(name)));
@@ -146,10 +146,6 @@ struct IndexHost {
   std::optional<OruMacSec::IsecIndexInfo> isec(U16 id, std::string const& name) const {
     return find(fapStatus(id)->isecIndexInfoHas(key(name)),
                 fapStatus(id)->isecIndexInfo(key(name)));
-  }
-  std::optional<OruMacSec::EsecIndexInfo> disabled(U16 id, std::string const& name) const {
-    return find(fapStatus(id)->esecLoopbackDisabledIndexInfoHas(key(name)),
-                fapStatus(id)->esecLoopbackDisabledIndexInfo(key(name)));
   }
 
  private:

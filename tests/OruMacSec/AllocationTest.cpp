@@ -82,6 +82,9 @@ TEST_F(AllocationTest, ReleaseFreesOnlyWhatExistingRecordsNameInThePolicysEngine
   EXPECT_EQ(testsupport::bookingDump(*host.sm),
             "fap 1 engine 0 esecSc 0 255 | isecSc 0 | isecSp 0 255 | subport 0 255\n"
             "fap 1 engine 1 esecSc 255 | isecSc | isecSp 255 | subport 255\n");
+  status->esecIndexInfoIs(esecRecord("Ethernet4", 7, 0));
+  host.macsecOn("Ethernet4");
+  EXPECT_TRUE(host.isec(1, "Ethernet4")) << "a lone record is allocated afresh";
 
   // Someone rewrote Ethernet2's engine fields; release still frees in engine 0.
   status->esecIndexInfoIs(esecRecord("Ethernet2", 0, 1));

@@ -95,10 +95,10 @@ TEST(LogCatalogue, EveryDescriptorHasAHandleThatLetsEveryMessageThrough) {
   Vok::logMessage(OruMacSec::MACSEC_RECEIVED_LATE_PACKETS, 12u, testsupport::intf("Ethernet7"),
                   "00:1c:73:00:00:01", 3);
   ASSERT_EQ(capture.logs.size(), 4u);
-  EXPECT_EQ(capture.logs[0].text,
+  EXPECT_EQ(capture.logs[0],
             "Unable to configure MACsec on Ethernet7.2 due to insufficient hardware resources on "
             "module 2, engine 1.");
-  EXPECT_EQ(capture.logs[3].text,
+  EXPECT_EQ(capture.logs[3],
             "Received 12 packets late on interface Ethernet7 with SCI 00:1c:73:00:00:01 AN 3 ");
 }
 

@@ -115,7 +115,9 @@ TEST_F(LifecycleTest, IndexFapSmHearsOnlyItsAttributesWhileSwitchedOnAndNotZombi
   EXPECT_FALSE(host.esec(1, "Ethernet3")) << "zombie";
   machine->vokDoZombieReactors(false);
   host.macsecOn("Ethernet2");
-  EXPECT_TRUE(host.esec(1, "Ethernet2"));
+  host.macsecOn("Ethernet4");
+  host.addIntf(1, "Ethernet4");
+  EXPECT_TRUE(host.esec(1, "Ethernet2") && host.esec(1, "Ethernet4")) << "both inputs followed";
   EXPECT_FALSE(host.esec(1, "Ethernet1")) << "missed notifications are not replayed";
 
   host.macsec->publisher()->notify(Macsec::Status::kCpStatusAttr + 1,
@@ -131,6 +133,7 @@ TEST_F(LifecycleTest, BrokenHostContractsStopTheProcess) {
   host.start();
   auto const machine = host.fapSm(1);
   EXPECT_DEATH(machine->reserveDisabledIndexes(3), "engineInstanceResources");
+  EXPECT_DEATH(machine->updateAllSubIntfIndexes(intf("Ethernet1.1")), "isSubIntfId");
   for (auto const& [drop, expression] : std::vector<std::pair<
            Nubis::Ptr<OruMacSec::TableResources> (OruMacSec::EngineResources::*)(), char const*>>{
            {&OruMacSec::EngineResources::esecScIndexDel, "esecScIndex\\(\\)"},

@@ -16,8 +16,8 @@
 #include <rapidcheck/gtest.h>
 #include <rapidcheck/state.h>
 
+#include <cstdio>
 #include <map>
-#include <regex>
 #include <set>
 #include <string>
 
@@ -83,15 +83,17 @@ class Sut : public Vok::LogSink {
   ~Sut() override { Vok::logSinkRemove(*this); }
 
   void logWritten(Vok::LogRecord const& record) override {
-    static std::regex const kFull(
-        "Unable to configure MACsec on (\\S+) due to insufficient hardware resources on module "
-        "(\\d+), engine \\d+\\.");
-    std::cmatch match;
+    std::string const text(record.text);
+    char name[64];
+    unsigned fap = 0;
     if (record.name == "MACSEC_INTERFACE_HW_RESOURCE_FULL") {
       // Throwing here would unwind through the component, so a malformed text is reported later.
-      std::regex_match(record.text.data(), record.text.data() + record.text.size(), match, kFull)
-          ? void(refused.insert({U16(std::stoi(match[2])), match[1]}))
-          : void(malformedLog = record.text);
+      std::sscanf(text.c_str(),
+                  "Unable to configure MACsec on %63s due to insufficient hardware "
+                  "resources on module %u, engine",
+                  name, &fap) == 2
+          ? void(refused.insert({U16(fap), name}))
+          : void(malformedLog = text);
     }
   }
 
@@ -189,9 +191,6 @@ struct Event : Command {
   virtual void act(Model const& after, Sut& sut) const = 0;
 };
 
-U16 anyFap() {
-  return *rc::gen::inRange<U16>(1, 4);
-}
 void include(std::set<std::string>& set, std::string const& name, bool in) {
   in ? void(set.insert(name)) : void(set.erase(name));
 }
@@ -199,7 +198,7 @@ void include(std::set<std::string>& set, std::string const& name, bool in) {
 // A FAP added (arriving with its interfaces, as a FAP whose set was filled before it was
 // announced) or removed.
 struct FapChange : Event {
-  U16 fapId = anyFap();
+  U16 fapId = *rc::gen::inRange<U16>(1, 4);
   bool add = *rc::gen::arbitrary<bool>();
   std::vector<std::string> members =
       *rc::gen::unique<std::vector<std::string>>(rc::gen::elementOf(universeOf(fapId)));
@@ -224,7 +223,7 @@ struct FapChange : Event {
 };
 
 struct IntfChange : Event {
-  U16 fapId = anyFap();
+  U16 fapId = *rc::gen::inRange<U16>(1, 4);
   std::string name = *rc::gen::elementOf(universeOf(fapId));
   bool add = *rc::gen::arbitrary<bool>();
   void checkPreconditions(Model const& model) const override {

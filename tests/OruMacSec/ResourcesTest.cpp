@@ -72,6 +72,7 @@ TEST(IndexSet, FindsHolesAfterWholeWordsAndTheWholeRangeFilledUpAndAfterAClear) 
   set.remove(40000);
   EXPECT_EQ(set.lowestMissing(), std::optional<U16>(40000));
   set.remove(65535);
+  EXPECT_EQ(set.next(65535), std::nullopt) << "nothing beyond the last word";
   set.remove(7);
   EXPECT_EQ(set.lowestMissing(), std::optional<U16>(7));
   set.clear();
@@ -105,6 +106,7 @@ TEST(TableResources, TracesItsRefusalsAndSearchesTheWholeSixteenBitRange) {
   EXPECT_EQ(table->allocatedIndex(65534), TableIndex::unused());
   table->allocatedIndexDelAll();
   EXPECT_EQ(table->getNextFreeIndex(), TableIndex(0));
+  EXPECT_DEATH((void)table->allocatedIndexIter().key(), "iter_");
 }
 
 TEST(EngineResources, KeepsATableOfTheSameNameAndSizeAndStartsAfreshOtherwise) {

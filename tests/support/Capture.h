@@ -13,11 +13,6 @@
 
 namespace testsupport {
 
-struct CapturedLog {
-  std::string name;
-  std::string text;
-};
-
 class Capture : public Vok::TraceSink, public Vok::LogSink {
  public:
   explicit Capture(Vok::TraceLevelMask levels = 0) {
@@ -36,9 +31,7 @@ class Capture : public Vok::TraceSink, public Vok::LogSink {
   void traceWritten(Vok::TraceRecord const& record) override {
     traces.emplace_back(record.level, std::string(record.text));
   }
-  void logWritten(Vok::LogRecord const& record) override {
-    logs.push_back({std::string(record.name), std::string(record.text)});
-  }
+  void logWritten(Vok::LogRecord const& record) override { logs.emplace_back(record.text); }
 
   // The texts of the traces written at `level`, in order.
   std::vector<std::string> texts(U16 level) const {
@@ -56,7 +49,7 @@ class Capture : public Vok::TraceSink, public Vok::LogSink {
   }
 
   std::vector<std::pair<U16, std::string>> traces;  // level, text
-  std::vector<CapturedLog> logs;
+  std::vector<std::string> logs;                    // texts
 };
 
 }  // namespace testsupport

@@ -120,7 +120,7 @@ TEST(IndexStatus, AFapStatusIsCreatedOnceKeysRecordsAndCountsServedSubinterfaces
     }
     EXPECT_EQ(created->esecIndexInfoSubIntfCount(port), 1u);
     created->esecIndexInfoDelAll();
-    EXPECT_EQ(created->esecIndexInfoSubIntfCount(port), 0u);
+    EXPECT_TRUE(created->esecIndexInfoSubIntfCount(port) == 0 && created->esecIndexInfoSize() == 0);
     EXPECT_EQ(status->indexFapStatusDel(fap), created);
     EXPECT_FALSE(status->indexFapStatusDel(fap));
     status->indexFapStatusIs(fap, 1, 0, 0);

@@ -13,7 +13,6 @@ namespace {
 using OruMacSec::IndexFapStatus;
 using OruMacSec::SecIntfId;
 using OruMacSec::TableIndex;
-using OruMacSec::TableResources;
 using testsupport::chip;
 using testsupport::esecRecord;
 using testsupport::IndexHost;

@@ -29,7 +29,6 @@ namespace {
 
 using OruMacSec::IndexFapStatus;
 using OruMacSec::SecIntfId;
-using OruMacSec::TableIndex;
 using testsupport::chip;
 using testsupport::fap;
 using testsupport::IndexHost;
@@ -83,18 +82,21 @@ class Sut : public Vok::LogSink {
   ~Sut() override { Vok::logSinkRemove(*this); }
 
   void logWritten(Vok::LogRecord const& record) override {
+    if (record.name != "MACSEC_INTERFACE_HW_RESOURCE_FULL") {
+      return;
+    }
     std::string const text(record.text);
     char name[64];
     unsigned fap = 0;
-    if (record.name == "MACSEC_INTERFACE_HW_RESOURCE_FULL") {
-      // Throwing here would unwind through the component, so a malformed text is reported later.
-      std::sscanf(text.c_str(),
-                  "Unable to configure MACsec on %63s due to insufficient hardware "
-                  "resources on module %u, engine",
-                  name, &fap) == 2
-          ? void(refused.insert({U16(fap), name}))
-          : void(malformedLog = text);
+    // Throwing here would unwind through the component, so a malformed text is reported later.
+    if (std::sscanf(text.c_str(),
+                    "Unable to configure MACsec on %63s due to insufficient hardware resources on "
+                    "module %u, engine",
+                    name, &fap) != 2) {
+      malformedLog = text;
+      return;
     }
+    refused.insert({U16(fap), name});
   }
 
   // Applies an input change to both hosts.

@@ -2,32 +2,33 @@
 # the exit status) with the expected one. With -DUPDATE=ON, writes the expected transcript instead.
 #   cmake -DSIM=<program> -DSCENARIO=<name.scn> -DDIR=<folder> [-DUPDATE=ON] -P run.cmake
 # A scenario <name>.scn with a companion <name>.then.scn runs in two runs of the simulator over
-# one state file, as one switch whose agent restarted in between. One with a companion
-# <name>.given.json starts from the shared state in it (state that a crash or a hand edit leaves).
+# one state database, as one switch whose agent restarted in between. One with a companion
+# <name>.given.json starts from the shared state in it (state that a crash or a hand edit leaves),
+# imported into the database by its first run.
 get_filename_component(name "${SCENARIO}" NAME_WE)
 set(runs "${name}.scn")
 set(state_args "")
-set(state_file "${name}.state.json")
-set(given "${DIR}/${name}.given.json")
+set(import_args "")
+set(state_file "${name}.state.db")
 if(EXISTS "${DIR}/${name}.then.scn")
   list(APPEND runs "${name}.then.scn")
 endif()
-if(EXISTS "${DIR}/${name}.then.scn" OR EXISTS "${given}")
-  set(state_args --state "${state_file}")
-  file(REMOVE "${DIR}/${state_file}")
-  if(EXISTS "${given}")
-    file(COPY_FILE "${given}" "${DIR}/${state_file}")
-  endif()
+if(EXISTS "${DIR}/${name}.given.json")
+  set(import_args --import "${name}.given.json")
 endif()
+if(EXISTS "${DIR}/${name}.then.scn" OR import_args)
+  set(state_args --state "${state_file}")
+endif()
+set(state_files "${DIR}/${state_file}" "${DIR}/${state_file}-wal" "${DIR}/${state_file}-shm")
+file(REMOVE ${state_files})
 set(transcript "")
 foreach(run IN LISTS runs)
-  execute_process(COMMAND "${SIM}" ${state_args} "${run}" WORKING_DIRECTORY "${DIR}"
+  execute_process(COMMAND "${SIM}" ${state_args} ${import_args} "${run}" WORKING_DIRECTORY "${DIR}"
                   OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE status)
   string(APPEND transcript "[run ${run}]\n${output}[exit status ${status}]\n")
+  set(import_args "")
 endforeach()
-if(state_args)
-  file(REMOVE "${DIR}/${state_file}")
-endif()
+file(REMOVE ${state_files})
 set(expected_file "${DIR}/${name}.out")
 if(UPDATE)
   file(WRITE "${expected_file}" "${transcript}")

@@ -1,11 +1,8 @@
 #include <gmock/gmock.h>
-#include <unistd.h>
 
-#include <fstream>
 #include <iostream>
-#include <iterator>
 
-#include "sim/StateFile.h"
+#include "sim/StateJson.h"
 
 namespace {
 
@@ -16,10 +13,6 @@ void run(sim::SimHost& host, std::initializer_list<char const*> lines) {
   for (char const* line : lines) {
     host.run(*sim::parseLine(line));
   }
-}
-
-std::string readFile(std::string const& path) {
-  return {std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
 }
 
 TEST(ScenarioReader, RefusesMalformedLinesSayingWhatIsWrong) {
@@ -64,26 +57,7 @@ TEST(SimHost, ACommandThatCannotApplyIsRefusedAndChangesNothing) {
   EXPECT_EQ(host.status()->indexFapStatus(LogicalFap::LogicalFapId(1))->numEngineInstances(), 3);
 }
 
-struct StateFile : ::testing::Test {
-  void TearDown() override { std::remove(path.c_str()); }
-  std::string const path = ::testing::TempDir() + "state-" + std::to_string(::getpid()) + ".json";
-};
-
-TEST_F(StateFile, KeepsEveryPartOfTheSharedStateAcrossASaveAndALoad) {
-  sim::SimHost host(std::cout), loaded(std::cout);
-  // Ethernet3 leaves a gap below Ethernet1.1 and its port's entry, which a fresh agent would fill.
-  run(host, {"agent start", "chip 1 engines=2 size=16 esec-disabled=12 per-port-disabled=yes",
-             "chip 3 static=yes", "fap add 1 Ethernet1-3 Ethernet1.1", "macsec on Ethernet3",
-             "macsec on Ethernet1.1 Ethernet2 Ethernet9", "macsec off Ethernet3"});
-  sim::saveState(host, path);
-  ASSERT_TRUE(sim::loadState(loaded, path));
-  EXPECT_EQ(loaded.chips(), host.chips());
-  EXPECT_EQ(sim::stateText(loaded), sim::stateText(host));
-  loaded.agentStart();  // a new agent over the loaded state keeps every index
-  EXPECT_EQ(sim::stateText(loaded), sim::stateText(host));
-}
-
-TEST_F(StateFile, AMalformedFileIsRefusedNamingTheFileAndThePlaceAndIsLeftAsItIs) {
+TEST(StateJson, AMalformedStateIsRefusedNamingTheFileAndThePlace) {
   std::string const top = "{\"format\": \"macsec-index-sim state\",\n\"version\": 1,\n\"chips\": [";
   std::pair<std::string, std::string> const cases[] = {
       {top + ",]}", "line 3, column 11: not valid JSON"},
@@ -96,12 +70,9 @@ TEST_F(StateFile, AMalformedFileIsRefusedNamingTheFileAndThePlaceAndIsLeftAsItIs
        R"(at published[0].egress[0]: missing "interface")"},
   };
   for (auto const& [text, expected] : cases) {
-    std::ofstream(path, std::ios::binary) << text;
     sim::SimHost host(std::cout);
-    EXPECT_THAT(
-        [&] { sim::loadState(host, path); },
-        ThrowsMessage<sim::StateFileError>(StartsWith("state file " + path + ": " + expected)));
-    EXPECT_EQ(readFile(path), text) << "the file is left as it is";
+    EXPECT_THAT([&] { sim::stateFromText(host, text, "s.json"); },
+                ThrowsMessage<sim::StateFileError>(StartsWith("state file s.json: " + expected)));
     EXPECT_EQ(sim::stateText(host), sim::stateText(sim::SimHost(std::cout))) << "partly loaded";
   }
 }

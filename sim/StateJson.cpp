@@ -1,8 +1,4 @@
-#include "sim/StateFile.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "sim/StateJson.h"
 
 #include <fmt/format.h>
 #include <algorithm>
@@ -291,52 +287,28 @@ void stateFromText(SimHost& host, std::string const& text, std::string const& pa
   readState(Reader(path), root, host);
 }
 
-bool loadState(SimHost& host, std::string const& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    if (errno == ENOENT) {
-      return false;
+void importState(SimHost& host, std::string const& path) {
+  std::ifstream file;
+  if (path != "-") {
+    file.open(path, std::ios::binary);
+    if (!file) {
+      systemError("cannot open", path);
     }
-    systemError("cannot open", path);
   }
   std::ostringstream text;
-  text << in.rdbuf();
+  text << (path == "-" ? std::cin.rdbuf() : file.rdbuf());
   stateFromText(host, text.str(), path);
-  return true;
 }
 
-void saveState(SimHost const& host, std::string const& path) {
+void exportState(SimHost const& host, std::string const& path) {
   std::string const text = stateText(host);
-  std::string const temporary = path + ".tmp";
-  int const fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  if (fd < 0) {
-    systemError("cannot create " + temporary, path);
+  if (path == "-") {
+    std::cout << text << std::flush;
+    return;
   }
-  std::size_t written = 0;
-  while (written < text.size()) {
-    ssize_t const n = ::write(fd, text.data() + written, text.size() - written);
-    if (n < 0 && errno == EINTR) {
-      continue;
-    }
-    if (n < 0) {
-      ::close(fd);
-      systemError("cannot write " + temporary, path);
-    }
-    written += std::size_t(n);
-  }
-  // On disk before it takes the old file's place: a crash then leaves one whole file or the other.
-  if (::fsync(fd) != 0 || ::close(fd) != 0) {
-    systemError("cannot flush " + temporary, path);
-  }
-  if (::rename(temporary.c_str(), path.c_str()) != 0) {
-    systemError("cannot replace the file with " + temporary, path);
-  }
-  std::string const directory =
-      path.find('/') == std::string::npos ? std::string(".") : path.substr(0, path.rfind('/') + 1);
-  int const dirFd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (dirFd >= 0) {
-    ::fsync(dirFd);
-    ::close(dirFd);
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  if (!file || !(file << text) || !file.flush()) {
+    systemError("cannot write", path);
   }
 }
 

@@ -1,0 +1,82 @@
+// A small owner of an SQLite connection and its prepared statements, for the simulator's store.
+//
+// Every failure of SQLite becomes a DatabaseError carrying SQLite's own message; the store turns
+// it into one that names the file. Handles close themselves; nothing here is shared between
+// threads (the simulator has one).
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace sim {
+
+class DatabaseError : public std::runtime_error {
+ public:
+  DatabaseError(std::string const& what, int code) : std::runtime_error(what), code_(code) {}
+  // SQLite's primary result code (SQLITE_BUSY, SQLITE_NOTADB, ...).
+  int code() const { return code_; }
+
+ private:
+  int code_;
+};
+
+// One prepared statement. Parameters are numbered from 1, result columns from 0.
+class Statement {
+ public:
+  Statement(sqlite3* db, std::string_view sql);
+  Statement(Statement&&) noexcept = default;
+  Statement& operator=(Statement&&) noexcept = default;
+
+  Statement& bind(int parameter, std::int64_t value);
+  Statement& bind(int parameter, std::string_view text);
+
+  // Advances to the next result row: true when one is ready, false (and the statement reset for
+  // another use) when there are no more.
+  bool step();
+  // Runs the statement to completion, ignoring any rows.
+  void run();
+
+  // The column's fundamental type (SQLITE_INTEGER, SQLITE_TEXT, ...) in the current row.
+  int type(int column) const;
+  std::int64_t integer(int column) const;
+  // The column as text, whatever its type (NULL gives "NULL"): for values and for messages.
+  std::string text(int column) const;
+
+ private:
+  struct Finalize {
+    void operator()(sqlite3_stmt* statement) const;
+  };
+  sqlite3* db_;
+  std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+};
+
+class Database {
+ public:
+  // Opens the database at `path` with sqlite3_open_v2's `flags`.
+  Database(std::string const& path, int flags);
+
+  // Runs one or more statements that return nothing of interest.
+  void exec(char const* sql);
+  Statement prepare(std::string_view sql) const { return Statement(db_.get(), sql); }
+  // The same, prepared once and kept for the connection's lifetime (for statements run often).
+  Statement& cached(std::string_view sql);
+  // The value of the first column of the first row of `sql` (a pragma, a count).
+  std::int64_t value(std::string_view sql) const;
+
+ private:
+  struct Close {
+    void operator()(sqlite3* db) const;
+  };
+  std::unique_ptr<sqlite3, Close> db_;
+  // Declared after the connection, so that statements are finalized before it closes.
+  std::map<std::string, Statement, std::less<>> cached_;
+};
+
+}  // namespace sim

@@ -1,0 +1,100 @@
+#include <gmock/gmock.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <iostream>
+
+#include "sim/StateJson.h"
+#include "sim/Store.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
+using sim::Store;
+
+struct StoreTest : ::testing::Test {
+  void SetUp() override { remove(); }
+  void TearDown() override { remove(); }
+  void remove() const {
+    for (char const* suffix : {"", "-wal", "-shm"}) {
+      std::remove((path + suffix).c_str());
+    }
+  }
+  // The state a separate reader finds in the database.
+  std::string stored() const {
+    sim::SimHost reader(std::cout);
+    Store(path, Store::Access::kReadOnly).load(reader);
+    return sim::stateText(reader);
+  }
+  std::string const path = ::testing::TempDir() + "store-" + std::to_string(::getpid()) + ".db";
+};
+
+// Every kind of change, each checked through a reader while the writer keeps the database open:
+// a key the writer failed to follow would leave a row behind or miss one.
+TEST_F(StoreTest, WritesEveryChangeOfTheSharedStateAsItHappens) {
+  sim::SimHost host(std::cout);
+  Store store(path, Store::Access::kWrite);
+  store.follow(host);
+  host.agentStart();
+  for (char const* line : {
+           "chip 1 engines=2 size=16 esec-disabled=12 per-port-disabled=yes", "chip 3 static=yes",
+           "fap add 1 Ethernet1-3 Ethernet1.1", "macsec on Ethernet3 Ethernet1.1 Ethernet2",
+           "macsec on Ethernet1", "intf del 1 Ethernet2", "fap add 3 Ethernet5 Ethernet5.2",
+           "macsec off Ethernet3", "agent restart", "intf add 1 Ethernet2", "fap del 1",
+           "agent stop", "chip 1 engines=3", "fap del 3", "agent start", "chip 1",
+           "fap add 1 Ethernet1 Ethernet2.1", "macsec on Ethernet2.1"}) {
+    host.run(*sim::parseLine(line));
+    store.commit();
+    ASSERT_EQ(stored(), sim::stateText(host)) << "after " << line;
+  }
+  // JSON is the other way the same state travels.
+  sim::SimHost imported(std::cout);
+  sim::stateFromText(imported, sim::stateText(host), "s.json");
+  EXPECT_EQ(sim::stateText(imported), sim::stateText(host));
+
+  EXPECT_THAT([&] { Store(path, Store::Access::kWrite); },
+              ThrowsMessage<sim::StoreError>(HasSubstr(path + ": another simulator is writing")));
+}
+
+// A database edited by hand: rows the host cannot hold are refused by table and row.
+TEST_F(StoreTest, RefusesWhatTheHostCannotRepresentNamingTheTableAndTheRow) {
+  std::pair<char const*, std::string> const cases[] = {
+      {"INSERT INTO member VALUES (1, 'Ethernet1.x')",
+       "table member, row (fap=1, interface='Ethernet1.x'): malformed interface"},
+      {"UPDATE chip SET engines = 0",
+       "table chip, row (fap=1): engines must be a whole number from 1 to 1024, not 0"},
+      {"INSERT INTO egress VALUES (7, 'Ethernet1', 1, 0)",
+       "table egress, row (fap=7, interface='Ethernet1'): the logical FAP has no published status"},
+      {"INSERT INTO member VALUES (9, 'Ethernet1')",
+       "table member, row (fap=9, interface='Ethernet1'): the logical FAP is not in table fap"},
+      {"PRAGMA user_version = 2", "schema version 2; this simulator reads version 1"},
+      {"PRAGMA application_id = 7", "not a macsec-index-sim state database"},
+  };
+  for (auto const& [edit, expected] : cases) {
+    remove();
+    {
+      sim::SimHost host(std::cout);
+      Store store(path, Store::Access::kWrite);
+      store.follow(host);
+      host.agentStart();
+      host.run(*sim::parseLine("chip 1 engines=2"));
+      host.run(*sim::parseLine("fap add 1 Ethernet1"));
+      store.commit();
+    }
+    sim::Database db(path, SQLITE_OPEN_READWRITE);
+    db.exec("PRAGMA ignore_check_constraints = 1");
+    db.exec(edit);
+    sim::SimHost host(std::cout);
+    EXPECT_THAT([&] { Store(path, Store::Access::kWrite).load(host); },
+                ThrowsMessage<sim::StoreError>(HasSubstr(path + ": " + expected)));
+  }
+  std::FILE* const json = std::fopen(path.c_str(), "w");
+  std::fputs("{\"format\": \"macsec-index-sim state\"}\n", json);
+  std::fclose(json);
+  EXPECT_THAT([&] { Store(path, Store::Access::kWrite); },
+              ThrowsMessage<sim::StoreError>(HasSubstr(": not an SQLite database")));
+}
+
+}  // namespace

@@ -183,6 +183,10 @@ int runSession(Options const& options) {
     store = std::make_unique<sim::Store>(
         options.statePath, options.readOnly ? sim::Store::Access::kReadOnly : sim::Store::Access::kWrite,
         options.sync);
+    if (!options.importPath.empty() && !store->empty()) {
+      throw sim::StoreError("state database " + options.statePath +
+                            ": holds state already; --import loads into an empty store");
+    }
     if (!store->empty()) {
       if (commands) {
         std::cout << "# state loaded from " << options.statePath << '\n';
@@ -194,10 +198,6 @@ int runSession(Options const& options) {
     }
   }
   if (!options.importPath.empty()) {
-    if (store && !store->empty()) {
-      throw sim::StoreError("state database " + options.statePath +
-                            ": holds state already; --import loads into an empty store");
-    }
     sim::importState(host, options.importPath);
     printWarnings(options.importPath, sim::checkPublished(host));
   }

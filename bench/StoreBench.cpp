@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <memory>
 #include <sstream>
 
 #include "sim/Output.h"
@@ -67,16 +68,20 @@ void startFromStore(benchmark::State& state) {
     sim::Store store(database.path, sim::Store::Access::kWrite);
     fill(host, store, state.range(0));
   }
+  std::unique_ptr<sim::SimHost> host;
+  std::unique_ptr<sim::Store> store;
   for (auto _ : state) {
-    sim::SimHost host(quiet);
-    sim::Store store(database.path, sim::Store::Access::kWrite);
-    store.load(host);
-    store.follow(host);
-    host.agentStart();
-    store.commit();
-    state.PauseTiming();  // tearing the switch down is not part of a start
+    state.PauseTiming();  // tearing the last switch down is not part of a start
+    store.reset();
+    host.reset();
+    state.ResumeTiming();
+    host = std::make_unique<sim::SimHost>(quiet);
+    store = std::make_unique<sim::Store>(database.path, sim::Store::Access::kWrite);
+    store->load(*host);
+    store->follow(*host);
+    host->agentStart();
+    store->commit();
   }
-  state.ResumeTiming();
 }
 
 // Two commands per iteration (MACsec on, then off, for one port); the figure per command is half.

@@ -25,62 +25,55 @@ struct TempDatabase {
   std::string const path = "/tmp/macsec-index-bench-" + std::to_string(::getpid()) + ".db";
 };
 
-void run(sim::SimHost& host, std::string const& line) {
-  host.run(*sim::parseLine(line));
-}
+// A quiet switch whose state is in a database holding one FAP with `count` MACsec subinterfaces
+// (64 per port) and one more port without MACsec.
+struct StoredSwitch {
+  explicit StoredSwitch(std::int64_t count) : ports(count / 64) {
+    store->follow(*host);
+    host->agentStart();
+    run("chip 1 size=65533");
+    run(fmt::format("fap add 1 Ethernet1-{}.1-64 Ethernet{}", ports, ports + 1));
+    run(fmt::format("macsec on Ethernet1-{}.1-64", ports));
+    store->commit();
+  }
+  void run(std::string const& line) const { host->run(*sim::parseLine(line)); }
 
-// One FAP with `count` MACsec subinterfaces (64 per port) in a database.
-void fill(sim::SimHost& host, sim::Store& store, std::int64_t count) {
-  store.follow(host);
-  host.agentStart();
-  run(host, "chip 1 size=65533");
-  std::int64_t const ports = count / 64;
-  run(host, fmt::format("fap add 1 Ethernet1-{}.1-64 Ethernet{}", ports, ports + 1));
-  run(host, fmt::format("macsec on Ethernet1-{}.1-64", ports));
-  store.commit();
-}
+  std::int64_t const ports;
+  std::ostringstream quiet;
+  sim::TranscriptSinks sinks{quiet};
+  TempDatabase database;
+  std::unique_ptr<sim::SimHost> host = std::make_unique<sim::SimHost>(quiet);
+  std::unique_ptr<sim::Store> store =
+      std::make_unique<sim::Store>(database.path, sim::Store::Access::kWrite);
+};
 
 void storeCommand(benchmark::State& state) {
-  std::ostringstream quiet;
-  sim::TranscriptSinks sinks(quiet);
-  TempDatabase database;
-  sim::SimHost host(quiet);
-  sim::Store store(database.path, sim::Store::Access::kWrite);
-  fill(host, store, state.range(0));
-  std::string const port = fmt::format("Ethernet{}", state.range(0) / 64 + 1);
+  StoredSwitch world(state.range(0));
+  std::string const port = fmt::format("Ethernet{}", world.ports + 1);
   auto const on = *sim::parseLine("macsec on " + port);
   auto const off = *sim::parseLine("macsec off " + port);
   for (auto _ : state) {
-    host.run(on);
-    store.commit();
-    host.run(off);
-    store.commit();
+    world.host->run(on);
+    world.store->commit();
+    world.host->run(off);
+    world.store->commit();
   }
   state.SetItemsProcessed(state.iterations() * 2);
 }
 
 void startFromStore(benchmark::State& state) {
-  std::ostringstream quiet;
-  sim::TranscriptSinks sinks(quiet);
-  TempDatabase database;
-  {
-    sim::SimHost host(quiet);
-    sim::Store store(database.path, sim::Store::Access::kWrite);
-    fill(host, store, state.range(0));
-  }
-  std::unique_ptr<sim::SimHost> host;
-  std::unique_ptr<sim::Store> store;
+  StoredSwitch world(state.range(0));
   for (auto _ : state) {
     state.PauseTiming();  // tearing the last switch down is not part of a start
-    store.reset();
-    host.reset();
+    world.store.reset();
+    world.host.reset();
     state.ResumeTiming();
-    host = std::make_unique<sim::SimHost>(quiet);
-    store = std::make_unique<sim::Store>(database.path, sim::Store::Access::kWrite);
-    store->load(*host);
-    store->follow(*host);
-    host->agentStart();
-    store->commit();
+    world.host = std::make_unique<sim::SimHost>(world.quiet);
+    world.store = std::make_unique<sim::Store>(world.database.path, sim::Store::Access::kWrite);
+    world.store->load(*world.host);
+    world.store->follow(*world.host);
+    world.host->agentStart();
+    world.store->commit();
   }
 }
 

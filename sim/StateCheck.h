@@ -19,7 +19,8 @@ struct StateWarning {
 
 // Checks every FAP's published status against the chip policy the host would give it: its engine
 // count and disabled indexes, and for every record its pair (egress with ingress), its engine
-// field and its indexes (within the table's largest index). In table and key order.
+// field and its indexes (within the table's largest index). FAP by FAP in ascending order; within
+// a FAP its status row, then its tables' rows in interface order.
 std::vector<StateWarning> checkPublished(SimHost const& host);
 
 // The key columns of a record's row, as the warnings and the store's errors name them.

@@ -9,6 +9,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <set>
+#include <tuple>
 
 namespace sim {
 

@@ -14,10 +14,8 @@
 
 #include <map>
 #include <memory>
-#include <set>
 #include <stdexcept>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "sim/Database.h"

@@ -105,10 +105,8 @@ class RowReader {
   U16 u16(int column) const { return U16(number(column, 65535)); }
   bool flag(int column) const { return number(column, 1) == 1; }
 
+  // The schema's STRICT tables hold only text in interface columns; the name is what is checked.
   Portix::IntfId interface(int column) const {
-    if (statement_.type(column) != SQLITE_TEXT) {
-      fail(fmt::format("{} must be an interface name, not {}", columns_[column], value(column)));
-    }
     try {
       return Portix::IntfId(statement_.text(column));
     } catch (std::invalid_argument const& error) {
@@ -440,8 +438,8 @@ void Store::commit() {
 }
 
 void Store::writeChanges() {
-  auto const& chips = host_->chips();
-  for (auto const& [fapId, settings] : chips) {
+  // The host configures chips and never removes one.
+  for (auto const& [fapId, settings] : host_->chips()) {
     auto const stored = storedChips_.find(fapId);
     if (stored != storedChips_.end() && stored->second == settings) {
       continue;
@@ -454,11 +452,6 @@ void Store::writeChanges() {
         .bind(5, settings.perPortDisabled)
         .bind(6, settings.staticAllocation)
         .run();
-  }
-  for (auto const& [fapId, settings] : storedChips_) {
-    if (chips.count(fapId) == 0) {
-      db_->cached("DELETE FROM chip WHERE fap = ?").bind(1, fapId).run();
-    }
   }
   Changes const& changes = *changes_;
   for (U16 const fapId : changes.faps) {

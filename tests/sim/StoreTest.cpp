@@ -90,6 +90,9 @@ TEST_F(StoreTest, RefusesWhatTheHostCannotRepresentNamingTheTableAndTheRow) {
     EXPECT_THAT([&] { Store(path, Store::Access::kWrite).load(host); },
                 ThrowsMessage<sim::StoreError>(HasSubstr(path + ": " + expected)));
   }
+  remove();
+  EXPECT_THAT([&] { Store(path, Store::Access::kReadOnly); },
+              ThrowsMessage<sim::StoreError>(HasSubstr(": cannot read: No such file")));
   std::FILE* const json = std::fopen(path.c_str(), "w");
   std::fputs("{\"format\": \"macsec-index-sim state\"}\n", json);
   std::fclose(json);

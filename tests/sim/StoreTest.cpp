@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <iostream>
+#include <memory>
 
 #include "sim/StateJson.h"
 #include "sim/Store.h"
@@ -35,8 +36,8 @@ struct StoreTest : ::testing::Test {
 // a key the writer failed to follow would leave a row behind or miss one.
 TEST_F(StoreTest, WritesEveryChangeOfTheSharedStateAsItHappens) {
   sim::SimHost host(std::cout);
-  Store store(path, Store::Access::kWrite);
-  store.follow(host);
+  auto store = std::make_unique<Store>(path, Store::Access::kWrite);
+  store->follow(host);
   host.agentStart();
   for (char const* line : {
            "chip 1 engines=2 size=16 esec-disabled=12 per-port-disabled=yes", "chip 3 static=yes",
@@ -46,7 +47,7 @@ TEST_F(StoreTest, WritesEveryChangeOfTheSharedStateAsItHappens) {
            "agent stop", "chip 1 engines=3", "fap del 3", "agent start", "chip 1",
            "fap add 1 Ethernet1 Ethernet2.1", "macsec on Ethernet2.1"}) {
     host.run(*sim::parseLine(line));
-    store.commit();
+    store->commit();
     ASSERT_EQ(stored(), sim::stateText(host)) << "after " << line;
   }
   // JSON is the other way the same state travels.
@@ -56,6 +57,17 @@ TEST_F(StoreTest, WritesEveryChangeOfTheSharedStateAsItHappens) {
 
   EXPECT_THAT([&] { Store(path, Store::Access::kWrite); },
               ThrowsMessage<sim::StoreError>(HasSubstr(path + ": another simulator is writing")));
+
+  // A later simulator over the same database follows the state it loaded.
+  store.reset();
+  sim::SimHost next(std::cout);
+  store = std::make_unique<Store>(path, Store::Access::kWrite);
+  store->load(next);
+  store->follow(next);
+  next.agentStart();
+  next.run(*sim::parseLine("intf del 1 Ethernet2.1"));
+  store->commit();
+  EXPECT_EQ(stored(), sim::stateText(next));
 }
 
 // A database edited by hand: rows the host cannot hold are refused by table and row.
@@ -65,6 +77,12 @@ TEST_F(StoreTest, RefusesWhatTheHostCannotRepresentNamingTheTableAndTheRow) {
        "table member, row (fap=1, interface='Ethernet1.x'): malformed interface"},
       {"UPDATE chip SET engines = 0",
        "table chip, row (fap=1): engines must be a whole number from 1 to 1024, not 0"},
+      {"UPDATE chip SET size = 65534",
+       "table chip, row (fap=1): size must be a whole number from 0 to 65533, not 65534"},
+      {"INSERT INTO fap VALUES (65536)",
+       "table fap, row (fap=65536): fap must be a whole number from 0 to 65535"},
+      {"UPDATE fap_status SET engines = -1",
+       "table fap_status, row (fap=1): engines must be a whole number from 0 to 65535, not -1"},
       {"INSERT INTO egress VALUES (7, 'Ethernet1', 1, 0)",
        "table egress, row (fap=7, interface='Ethernet1'): the logical FAP has no published status"},
       {"INSERT INTO member VALUES (9, 'Ethernet1')",
@@ -90,6 +108,10 @@ TEST_F(StoreTest, RefusesWhatTheHostCannotRepresentNamingTheTableAndTheRow) {
     EXPECT_THAT([&] { Store(path, Store::Access::kWrite).load(host); },
                 ThrowsMessage<sim::StoreError>(HasSubstr(path + ": " + expected)));
   }
+  remove();
+  sim::Database(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE).exec("CREATE TABLE t (x)");
+  EXPECT_THAT([&] { Store(path, Store::Access::kWrite); },
+              ThrowsMessage<sim::StoreError>(HasSubstr(": holds tables of something else")));
   remove();
   EXPECT_THAT([&] { Store(path, Store::Access::kReadOnly); },
               ThrowsMessage<sim::StoreError>(HasSubstr(": cannot read: No such file")));

@@ -79,6 +79,8 @@ TEST_F(StoreTest, RefusesWhatTheHostCannotRepresentNamingTheTableAndTheRow) {
        "table chip, row (fap=1): engines must be a whole number from 1 to 1024, not 0"},
       {"UPDATE chip SET size = 65534",
        "table chip, row (fap=1): size must be a whole number from 0 to 65533, not 65534"},
+      {"INSERT INTO macsec VALUES ('Ethernet0')",
+       "table macsec, row (interface='Ethernet0'): malformed interface"},
       {"INSERT INTO fap VALUES (65536)",
        "table fap, row (fap=65536): fap must be a whole number from 0 to 65535"},
       {"UPDATE fap_status SET engines = -1",

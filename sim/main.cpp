@@ -183,11 +183,12 @@ int runSession(Options const& options) {
     store = std::make_unique<sim::Store>(
         options.statePath, options.readOnly ? sim::Store::Access::kReadOnly : sim::Store::Access::kWrite,
         options.sync);
-    if (!options.importPath.empty() && !store->empty()) {
+    bool const holdsState = !store->empty();
+    if (holdsState && !options.importPath.empty()) {
       throw sim::StoreError("state database " + options.statePath +
                             ": holds state already; --import loads into an empty store");
     }
-    if (!store->empty()) {
+    if (holdsState) {
       if (commands) {
         std::cout << "# state loaded from " << options.statePath << '\n';
       }

@@ -31,7 +31,7 @@ struct StoredSwitch {
   explicit StoredSwitch(std::int64_t count) : ports(count / 64) {
     store->follow(*host);
     host->agentStart();
-    run("chip 1 size=65533");
+    run("chip 1 isec-disabled=65533");
     run(fmt::format("fap add 1 Ethernet1-{}.1-64 Ethernet{}", ports, ports + 1));
     run(fmt::format("macsec on Ethernet1-{}.1-64", ports));
     store->commit();
@@ -40,7 +40,8 @@ struct StoredSwitch {
 
   std::int64_t const ports;
   std::ostringstream quiet;
-  sim::TranscriptSinks sinks{quiet};
+  sim::Transcript logs{quiet};
+  sim::TranscriptSinks sinks{logs};
   TempDatabase database;
   std::unique_ptr<sim::SimHost> host = std::make_unique<sim::SimHost>(quiet);
   std::unique_ptr<sim::Store> store =

@@ -4,7 +4,8 @@
 // with their interface sets, the MACsec status, and the published index status. The agent (an
 // IndexSm derivation) runs over that state while started; stopping it destroys it and leaves
 // every piece of shared state as it is, and input commands keep changing the inputs meanwhile,
-// as other agents would.
+// as other agents would. After every command the host reads the agent's tables (watermarks and
+// thresholds, see Utilization.h) and ends the command's transcript.
 #pragma once
 
 #include <map>
@@ -13,21 +14,24 @@
 
 #include "OruMacSec/OruMacSecIndexSm.h"
 #include "sim/ChipPolicy.h"
+#include "sim/Output.h"
 #include "sim/Scenario.h"
+#include "sim/Utilization.h"
 
 namespace sim {
 
 class SimHost {
  public:
-  // Output of commands (show) goes to `out`.
-  explicit SimHost(std::ostream& out);
+  // The transcript (command output, warnings, events) goes to `out` in `format`.
+  explicit SimHost(std::ostream& out, Transcript::Format format = Transcript::Format::kText);
   ~SimHost();
   SimHost(SimHost const&) = delete;
   SimHost& operator=(SimHost const&) = delete;
 
   // Carries out one command. A command that cannot apply (a FAP that does not exist, starting a
-  // running agent, changing the chip of a FAP that exists or still has published status, ...)
-  // throws ScenarioError and changes nothing.
+  // running agent, changing the chip of a FAP that exists or still has published status, an
+  // interface already in another FAP's set, ...) throws ScenarioError and changes nothing.
+  // Commands are numbered from 1 in the order they are given, refused ones included.
   void run(Command const& command);
 
   // Whether `command` changes shared state (and so should be saved).
@@ -47,14 +51,24 @@ class SimHost {
   Nubis::Ptr<OruMacSec::IndexStatus> const& status() const { return status_; }
   // The running agent, or null.
   OruMacSec::IndexSm const* agent() const;
+  Transcript& transcript() { return transcript_; }
+  ResourceMonitor const& monitor() const { return monitor_; }
 
  private:
   class Agent;
 
-  void show(std::optional<U16> fapId) const;
+  void apply(Command const& command);
   Nubis::Ptr<LogicalFap::IntfIdOrderedCol> existingFap(U16 fapId) const;
+  // Refuses interfaces that are in the set of a FAP other than `fapId`.
+  void checkSingleFap(U16 fapId, std::vector<Portix::IntfId> const& interfaces) const;
+  // Warns of the MACsec subinterfaces among `interfaces` that only their port's membership
+  // serves; when the interfaces `joined` a set, also of such subinterfaces of the ports among them.
+  void warnPortServed(std::vector<Portix::IntfId> const& interfaces, bool joined);
+  void retry(std::vector<Portix::IntfId> const& interfaces);
 
-  std::ostream& out_;
+  Transcript transcript_;
+  ResourceMonitor monitor_;
+  std::size_t commands_ = 0;
   std::map<U16, ChipSettings> chips_;
   Nubis::Ptr<LogicalFap::LogicalFapOrderedCol> faps_;
   Nubis::Ptr<Macsec::Status> macsec_;

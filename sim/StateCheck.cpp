@@ -70,7 +70,7 @@ class FapChecker {
     };
     compare("engine count", status_.numEngineInstances(), chip_.engines);
     compare("egress disabled index", status_.esecDisabledIndex(), chip_.esecDisabled);
-    compare("ingress disabled index", status_.isecDisabledIndex(), chip_.size);
+    compare("ingress disabled index", status_.isecDisabledIndex(), chip_.isecDisabled);
   }
 
   void checkRecord(char const* table, char const* keyColumn, Portix::IntfId id, U16 engine,
@@ -82,10 +82,10 @@ class FapChecker {
                        engine, policyEngine));
     }
     for (auto const& [column, index] : indexes) {
-      if (index.value() > chip_.size) {
+      if (index.value() > chip_.isecDisabled) {
         warn(table, keyColumn, id,
              fmt::format("{} index {} is beyond the table's largest index {}", column,
-                         index.value(), chip_.size));
+                         index.value(), chip_.isecDisabled));
       }
     }
   }

@@ -17,7 +17,7 @@ namespace {
 using nlohmann::json;
 
 constexpr char const kFormat[] = "macsec-index-sim state";
-constexpr int kVersion = 1;
+constexpr int kVersion = 2;
 
 // --- Writing -------------------------------------------------------------------------------
 
@@ -68,7 +68,7 @@ json stateJson(SimHost const& host) {
   for (auto const& [fapId, settings] : host.chips()) {
     chips.push_back({{"fap", fapId},
                      {"engines", settings.engines},
-                     {"size", settings.size},
+                     {"isec-disabled", settings.isecDisabled},
                      {"esec-disabled", settings.esecDisabled},
                      {"per-port-disabled", settings.perPortDisabled},
                      {"static", settings.staticAllocation}});
@@ -216,9 +216,12 @@ void readState(Reader const& reader, json const& root, SimHost& host) {
     reader.fail("the top",
                 fmt::format("not a {} file (\"format\" must be \"{}\")", kFormat, kFormat));
   }
-  if (reader.number(root, "the top", "version", 1000) != kVersion) {
-    reader.fail("version", fmt::format("this simulator reads version {}", kVersion));
+  auto const version = reader.number(root, "the top", "version", 1000);
+  if (version != 1 && version != kVersion) {
+    reader.fail("version", fmt::format("this simulator reads versions 1 to {}", kVersion));
   }
+  // Version 1 named a chip's ingress disabled index "size".
+  char const* const isecDisabledKey = version == 1 ? "size" : "isec-disabled";
   json const& chips = reader.array(root, "the top", "chips");
   for (std::size_t i = 0; i < chips.size(); ++i) {
     std::string const where = at("chips", i);
@@ -227,7 +230,7 @@ void readState(Reader const& reader, json const& root, SimHost& host) {
     if (settings.engines == 0) {
       reader.fail(where + ".engines", "a chip has at least one engine");
     }
-    settings.size = U16(reader.number(chips[i], where, "size", 65533));
+    settings.isecDisabled = U16(reader.number(chips[i], where, isecDisabledKey, 65533));
     settings.esecDisabled = reader.u16(chips[i], where, "esec-disabled");
     settings.perPortDisabled = reader.flag(chips[i], where, "per-port-disabled");
     settings.staticAllocation = reader.flag(chips[i], where, "static");

@@ -29,7 +29,7 @@ constexpr char const kSchema[] = R"sql(
 CREATE TABLE chip (
   fap               INTEGER PRIMARY KEY CHECK (fap BETWEEN 0 AND 65535),
   engines           INTEGER NOT NULL CHECK (engines BETWEEN 1 AND 1024),
-  size              INTEGER NOT NULL CHECK (size BETWEEN 0 AND 65533),
+  isec_disabled     INTEGER NOT NULL CHECK (isec_disabled BETWEEN 0 AND 65533),
   esec_disabled     INTEGER NOT NULL CHECK (esec_disabled BETWEEN 0 AND 65535),
   per_port_disabled INTEGER NOT NULL CHECK (per_port_disabled IN (0, 1)),
   static            INTEGER NOT NULL CHECK (static IN (0, 1))
@@ -76,7 +76,7 @@ CREATE TABLE egress_disabled (
 ) STRICT, WITHOUT ROWID;
 )sql";
 
-constexpr char const* kTables[] = {"chip",       "fap",    "member",  "macsec",
+constexpr char const* kStoreTables[] = {"chip",       "fap",    "member",  "macsec",
                                    "fap_status", "egress", "ingress", "egress_disabled"};
 
 std::string name(Portix::IntfId id) {
@@ -267,6 +267,13 @@ void Store::openSchema() {
                   .c_str());
   } else if (application != kApplicationId) {
     fail("not a macsec-index-sim state database");
+  } else if (version == 1 && access_ == Access::kWrite) {
+    // Version 1 named the ingress disabled index of a chip "size".
+    db_->exec("BEGIN IMMEDIATE; ALTER TABLE chip RENAME COLUMN size TO isec_disabled; "
+              "PRAGMA user_version = 2; COMMIT");
+  } else if (version == 1) {
+    fail("schema version 1, written by an earlier simulator: open it once without --read-only "
+         "to upgrade it");
   } else if (version != kSchemaVersion) {
     fail(fmt::format("schema version {}; this simulator reads version {}", version,
                      kSchemaVersion));
@@ -278,7 +285,7 @@ bool Store::empty() const {
   if (!hasSchema_) {
     return true;
   }
-  for (char const* table : kTables) {
+  for (char const* table : kStoreTables) {
     if (db_->value(fmt::format("SELECT EXISTS (SELECT 1 FROM {})", table)) != 0) {
       return false;
     }
@@ -294,11 +301,11 @@ std::vector<StateWarning> Store::load(SimHost& host) {
   db_->exec("BEGIN");
   try {
     RowReader chip(*this, *db_, "chip",
-                   {"fap", "engines", "size", "esec_disabled", "per_port_disabled", "static"}, 1);
+                   {"fap", "engines", "isec_disabled", "esec_disabled", "per_port_disabled", "static"}, 1);
     while (chip.next()) {
       ChipSettings settings;
       settings.engines = U16(chip.number(1, 1024, 1));
-      settings.size = U16(chip.number(2, 65533));
+      settings.isecDisabled = U16(chip.number(2, 65533));
       settings.esecDisabled = chip.u16(3);
       settings.perPortDisabled = chip.flag(4);
       settings.staticAllocation = chip.flag(5);
@@ -447,7 +454,7 @@ void Store::writeChanges() {
     db_->cached("INSERT OR REPLACE INTO chip VALUES (?, ?, ?, ?, ?, ?)")
         .bind(1, fapId)
         .bind(2, settings.engines)
-        .bind(3, settings.size)
+        .bind(3, settings.isecDisabled)
         .bind(4, settings.esecDisabled)
         .bind(5, settings.perPortDisabled)
         .bind(6, settings.staticAllocation)

@@ -38,7 +38,7 @@ class Store {
   // kFull also survives a power loss, at the cost of a flush to disk per commit.
   enum class Sync { kNormal, kFull };
 
-  static constexpr int kSchemaVersion = 1;
+  static constexpr int kSchemaVersion = 2;
 
   // Opens the database at `path`; a writer creates it (and its schema) when missing. Throws
   // StoreError when the file is not a database of this simulator, has another schema version,

@@ -62,6 +62,7 @@ interactive session goes on. Exit status 2: a usage error.
 struct Options {
   std::string statePath;
   bool readOnly = false;
+  bool json = false;
   sim::Store::Sync sync = sim::Store::Sync::kNormal;
   std::string importPath;
   std::string exportPath;
@@ -108,11 +109,11 @@ bool runInput(std::istream& in, std::string const& name, bool interactive, Sessi
         // A comment of the scenario's author stays in the transcript.
         auto const first = line.find_first_not_of(" \t");
         if (first != std::string::npos && line[first] == '#') {
-          std::cout << line.substr(first) << '\n';
+          session.host.transcript().comment(line.substr(first));
         }
         continue;
       }
-      std::cout << "> " << line.substr(line.find_first_not_of(" \t")) << '\n';
+      session.host.transcript().command(line.substr(line.find_first_not_of(" \t")));
       session.run(*command);
     } catch (sim::StoreError const&) {
       throw;  // the store cannot keep up with the switch: nothing sensible can follow
@@ -138,6 +139,10 @@ int parseOptions(int argc, char** argv, Options& options) {
     if (argument == "--help" || argument == "-h") {
       std::cout << kUsage;
       return 0;
+    }
+    if (argument == "--json") {
+      options.json = true;
+      continue;
     }
     if (argument == "--read-only") {
       options.readOnly = true;
@@ -175,7 +180,9 @@ int parseOptions(int argc, char** argv, Options& options) {
 // Opens the store, loads it, imports and starts the agent as the options ask, runs the commands
 // and exports. Errors of the state (store, files) escape as exceptions.
 int runSession(Options const& options) {
-  sim::SimHost host(std::cout);
+  sim::SimHost host(std::cout, options.json ? sim::Transcript::Format::kJson
+                                            : sim::Transcript::Format::kText);
+  sim::TranscriptSinks sinks(host.transcript());
   std::unique_ptr<sim::Store> store;
   bool const commands = options.files.size() > 0 ||
                         (options.importPath.empty() && options.exportPath.empty());
@@ -190,7 +197,7 @@ int runSession(Options const& options) {
     }
     if (holdsState) {
       if (commands) {
-        std::cout << "# state loaded from " << options.statePath << '\n';
+        host.transcript().comment("# state loaded from " + options.statePath);
       }
       printWarnings("state database " + options.statePath, store->load(host));
     }
@@ -237,7 +244,6 @@ int main(int argc, char** argv) {
   if (status >= 0) {
     return status;
   }
-  sim::TranscriptSinks sinks(std::cout);
   try {
     return runSession(options);
   } catch (std::exception const& error) {

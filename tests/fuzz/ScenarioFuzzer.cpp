@@ -38,8 +38,8 @@ bool worthRunning(sim::Command const& command) {
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   Vok::traceLevelsIs(OruMacSec::kTraceHandleName, 0);
   std::ostringstream transcript;
-  sim::TranscriptSinks sinks(transcript);
   sim::SimHost host(transcript);
+  sim::TranscriptSinks sinks(host.transcript());
   host.agentStart();
   std::istringstream in(std::string(reinterpret_cast<char const*>(data), size));
   std::string line;

@@ -39,7 +39,7 @@ std::string randomCommand(std::mt19937& random) {
   int const fap = pick(1, 2);
   switch (pick(0, 9)) {
     case 0:
-      return fmt::format("chip {} engines={} size={} per-port-disabled={}", fap, pick(1, 3),
+      return fmt::format("chip {} engines={} isec-disabled={} per-port-disabled={}", fap, pick(1, 3),
                          pick(4, 12), pick(0, 1) == 1 ? "yes" : "no");
     case 1:
       return fmt::format("fap add {} Ethernet{}-{}", fap, fap * 4 - 3, fap * 4);
@@ -93,8 +93,8 @@ TEST(StoreCrash, AKilledSimulatorLeavesTheStateAfterAWholeNumberOfCommands) {
   std::map<std::string, std::vector<int>> prefixes;
   {
     std::ostringstream quiet;
-    sim::TranscriptSinks sinks(quiet);
     sim::SimHost host(quiet);
+    sim::TranscriptSinks sinks(host.transcript());
     host.agentStart();
     prefixes[sim::stateText(host)].push_back(0);
     std::ofstream file(scenario);
@@ -134,8 +134,8 @@ TEST(StoreCrash, AKilledSimulatorLeavesTheStateAfterAWholeNumberOfCommands) {
     }
 
     std::ostringstream quiet;
-    sim::TranscriptSinks sinks(quiet);
     sim::SimHost loaded(quiet);
+    sim::TranscriptSinks sinks(loaded.transcript());
     ASSERT_NO_THROW(sim::Store(database, sim::Store::Access::kWrite).load(loaded));
     auto const found = prefixes.find(sim::stateText(loaded));
     ASSERT_NE(found, prefixes.end()) << "not the state after any number of commands";

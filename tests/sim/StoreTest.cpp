@@ -40,7 +40,7 @@ TEST_F(StoreTest, WritesEveryChangeOfTheSharedStateAsItHappens) {
   store->follow(host);
   host.agentStart();
   for (char const* line : {
-           "chip 1 engines=2 size=16 esec-disabled=12 per-port-disabled=yes", "chip 3 static=yes",
+           "chip 1 engines=2 isec-disabled=16 esec-disabled=12 per-port-disabled=yes", "chip 3 static=yes",
            "fap add 1 Ethernet1-3 Ethernet1.1", "macsec on Ethernet3 Ethernet1.1 Ethernet2",
            "macsec on Ethernet1", "intf del 1 Ethernet2", "fap add 3 Ethernet5 Ethernet5.2",
            "macsec off Ethernet3", "agent restart", "intf add 1 Ethernet2", "fap del 1",
@@ -77,8 +77,8 @@ TEST_F(StoreTest, RefusesWhatTheHostCannotRepresentNamingTheTableAndTheRow) {
        "table member, row (fap=1, interface='Ethernet1.x'): malformed interface"},
       {"UPDATE chip SET engines = 0",
        "table chip, row (fap=1): engines must be a whole number from 1 to 1024, not 0"},
-      {"UPDATE chip SET size = 65534",
-       "table chip, row (fap=1): size must be a whole number from 0 to 65533, not 65534"},
+      {"UPDATE chip SET isec_disabled = 65534",
+       "table chip, row (fap=1): isec_disabled must be a whole number from 0 to 65533, not 65534"},
       {"INSERT INTO macsec VALUES ('Ethernet0')",
        "table macsec, row (interface='Ethernet0'): malformed interface"},
       {"INSERT INTO fap VALUES (65536)",
@@ -89,7 +89,7 @@ TEST_F(StoreTest, RefusesWhatTheHostCannotRepresentNamingTheTableAndTheRow) {
        "table egress, row (fap=7, interface='Ethernet1'): the logical FAP has no published status"},
       {"INSERT INTO member VALUES (9, 'Ethernet1')",
        "table member, row (fap=9, interface='Ethernet1'): the logical FAP is not in table fap"},
-      {"PRAGMA user_version = 2", "schema version 2; this simulator reads version 1"},
+      {"PRAGMA user_version = 3", "schema version 3; this simulator reads version 2"},
       {"PRAGMA application_id = 7", "not a macsec-index-sim state database"},
   };
   for (auto const& [edit, expected] : cases) {

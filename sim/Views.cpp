@@ -1,0 +1,348 @@
+#include "sim/Views.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "sim/Scenario.h"
+#include "sim/Standing.h"
+#include "sim/Utilization.h"
+
+namespace sim {
+
+namespace {
+
+using json = nlohmann::json;
+using Row = std::vector<std::string>;
+
+// Writes rows under a header, each column as wide as its widest cell, aligned as `align` says
+// per column ('l' or 'r').
+std::string table(std::string_view align, Row const& header, std::vector<Row> const& rows) {
+  std::vector<std::size_t> widths(header.size());
+  for (std::size_t c = 0; c < header.size(); ++c) {
+    widths[c] = header[c].size();
+    for (Row const& row : rows) {
+      widths[c] = std::max(widths[c], row[c].size());
+    }
+  }
+  std::string out;
+  auto const line = [&](Row const& row) {
+    std::string text;
+    for (std::size_t c = 0; c < row.size(); ++c) {
+      bool const last = c + 1 == row.size();
+      text += align[c] == 'l' ? fmt::format("  {:<{}}", row[c], last ? 0 : widths[c])
+                              : fmt::format("  {:>{}}", row[c], widths[c]);
+    }
+    out += text + '\n';
+  };
+  line(header);
+  for (Row const& row : rows) {
+    line(row);
+  }
+  return out;
+}
+
+// A number of the object, or "-" for null.
+std::string cell(json const& value) {
+  return value.is_null() ? "-" : value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+std::string name(Portix::IntfId id) {
+  return Portix::valueToStrep(id);
+}
+
+// The four index fields of an interface's records, null for a missing record.
+void indexFields(json& object, OruMacSec::IndexFapStatus const& status, Portix::IntfId intf) {
+  OruMacSec::SecIntfId const id(intf);
+  object["engine"] = nullptr;
+  for (TableKind const& kind : kTables) {
+    object[std::string(kind.name)] = nullptr;
+  }
+  if (status.esecIndexInfoHas(id)) {
+    auto const record = status.esecIndexInfo(id);
+    object["engine"] = record.engineInstance();
+    object[std::string(kTables[0].name)] = record.esecScIndex().value();
+  }
+  if (status.isecIndexInfoHas(id)) {
+    auto const record = status.isecIndexInfo(id);
+    object["engine"] = record.engineInstance();
+    object[std::string(kTables[1].name)] = record.isecScIndex().value();
+    object[std::string(kTables[2].name)] = record.isecSpIndex().value();
+    object[std::string(kTables[3].name)] = record.msSubportNum().value();
+  }
+}
+
+json tableJson(TableUse const& use) {
+  return {{"fap", use.fapId},
+          {"engine", use.engine},
+          {"table", kTables[use.table].name},
+          {"hardware-id", kTables[use.table].hardwareId},
+          {"used", use.used},
+          {"free", use.free},
+          {"max-limit", use.maxLimit},
+          {"percent", use.percent}};
+}
+
+json fapJson(SimHost const& host, U16 fapId) {
+  json out = {{"fap", fapId}};
+  auto const status = host.status()->indexFapStatus(LogicalFap::LogicalFapId(fapId));
+  json engines = json::array();
+  if (host.agent() != nullptr) {
+    auto const machine = host.agent()->indexFapSm(LogicalFap::LogicalFapId(fapId));
+    for (TableUse const& use : tableUse(*host.agent(), fapId)) {
+      if (engines.empty() || engines.back()["engine"] != use.engine) {
+        auto const engine = machine->oruMacSecEngineResources(use.engine);
+        engines.push_back({{"engine", use.engine},
+                           {"state", engine->hwResourcesFull() ? "full" : "normal"},
+                           {"tables", json::array()}});
+      }
+      engines.back()["tables"].push_back(tableJson(use));
+    }
+  }
+  json interfaces = json::array();
+  json disabled = json::array();
+  if (status) {
+    out["engine-count"] = status->numEngineInstances();
+    out["esec-disabled-index"] = status->esecDisabledIndex();
+    out["isec-disabled-index"] = status->isecDisabledIndex();
+    std::set<Portix::IntfId> held;
+    for (auto record = status->esecIndexInfoIter(); record; ++record) {
+      held.insert(record.key().intfId());
+    }
+    for (auto record = status->isecIndexInfoIter(); record; ++record) {
+      held.insert(record.key().intfId());
+    }
+    for (Portix::IntfId const intf : held) {
+      json row = {{"name", name(intf)}};
+      indexFields(row, *status, intf);
+      interfaces.push_back(std::move(row));
+    }
+    std::map<Portix::IntfId, json> ports;
+    for (auto record = status->esecLoopbackDisabledIndexInfoIter(); record; ++record) {
+      ports[record.key().intfId()] = {{"port", name(record.key().intfId())},
+                                      {"engine", record->engineInstance()},
+                                      {std::string(kTables[0].name), record->esecScIndex().value()}};
+    }
+    for (auto& [port, row] : ports) {
+      disabled.push_back(std::move(row));
+    }
+  }
+  json refused = json::array();
+  for (Standing const& found : refusedInterfaces(host, fapId)) {
+    refused.push_back({{"name", name(found.intf)}, {"reason", found.reason}});
+  }
+  out["engines"] = std::move(engines);
+  out["interfaces"] = std::move(interfaces);
+  out["egress-disabled"] = std::move(disabled);
+  out["refused"] = std::move(refused);
+  return out;
+}
+
+std::string fapText(json const& fap) {
+  if (!fap.contains("engine-count")) {
+    std::string text = fmt::format("FAP {}: nothing published\n", fap["fap"].get<int>());
+    if (!fap["refused"].empty()) {
+      std::vector<Row> rows;
+      for (json const& r : fap["refused"]) {
+        rows.push_back({r["name"], r["reason"]});
+      }
+      text += table("ll", {"refused interface", "reason"}, rows);
+    }
+    return text;
+  }
+  int const engineCount = fap["engine-count"];
+  std::string text = fmt::format(
+      "FAP {}: {} engine{}, egress disabled index {}, ingress disabled index {}\n",
+      fap["fap"].get<int>(), engineCount, engineCount == 1 ? "" : "s",
+      fap["esec-disabled-index"].get<int>(), fap["isec-disabled-index"].get<int>());
+  for (json const& engine : fap["engines"]) {
+    std::vector<std::string> uses;
+    for (json const& t : engine["tables"]) {
+      uses.push_back(fmt::format("{} {}/{}", t["table"].get<std::string>(), t["used"].get<int>(),
+                                 t["max-limit"].get<int>()));
+    }
+    text += fmt::format("  engine {}: {}; used/max-limit {}\n", engine["engine"].get<int>(),
+                        engine["state"].get<std::string>(), fmt::join(uses, ", "));
+  }
+  if (fap["interfaces"].empty()) {
+    text += "  no interface holds indexes\n";
+  } else {
+    std::vector<Row> rows;
+    for (json const& i : fap["interfaces"]) {
+      Row row = {i["name"], cell(i["engine"])};
+      for (TableKind const& kind : kTables) {
+        row.push_back(cell(i[std::string(kind.name)]));
+      }
+      rows.push_back(std::move(row));
+    }
+    Row header = {"interface", "engine"};
+    for (TableKind const& kind : kTables) {
+      header.emplace_back(kind.name);
+    }
+    text += table("lrrrrr", header, rows);
+  }
+  if (!fap["egress-disabled"].empty()) {
+    std::vector<Row> rows;
+    for (json const& d : fap["egress-disabled"]) {
+      rows.push_back({d["port"], cell(d["engine"]), cell(d[std::string(kTables[0].name)])});
+    }
+    text += table("lrr", {"disabled egress entry of", "engine", std::string(kTables[0].name)},
+                  rows);
+  }
+  if (!fap["refused"].empty()) {
+    std::vector<Row> rows;
+    for (json const& r : fap["refused"]) {
+      rows.push_back({r["name"], r["reason"]});
+    }
+    text += table("ll", {"refused interface", "reason"}, rows);
+  }
+  return text;
+}
+
+}  // namespace
+
+View statusView(SimHost const& host, std::optional<U16> fapId) {
+  std::set<U16> ids;
+  for (auto entry = host.status()->indexFapStatusIter(); entry; ++entry) {
+    ids.insert(entry.key().value());
+  }
+  for (auto entry = host.faps()->logicalFapIter(); entry; ++entry) {
+    ids.insert(entry.key().value());
+  }
+  if (fapId) {
+    ids = {*fapId};
+  }
+  View view{{{"status", json::array()}, {"agent-running", host.agent() != nullptr}}, ""};
+  for (U16 const id : ids) {
+    view.object["status"].push_back(fapJson(host, id));
+    view.text += fapText(view.object["status"].back());
+  }
+  if (ids.empty()) {
+    view.text = "nothing published\n";
+  }
+  return view;
+}
+
+View utilizationView(SimHost const& host, std::optional<U16> fapId) {
+  View view{{{"utilization", json::array()}, {"agent-running", host.agent() != nullptr}}, ""};
+  if (host.agent() == nullptr) {
+    view.text = "no agent running: its tables are not known\n";
+    return view;
+  }
+  std::vector<Row> rows;
+  for (TableUse const& use : tableUse(*host.agent(), fapId)) {
+    json t = tableJson(use);
+    Thresholds const limits = host.monitor().thresholds(use.fapId);
+    auto const* const record = host.monitor().record(use);
+    t["high-watermark"] = record != nullptr ? record->highWatermark : use.used;
+    t["last-high-watermark"] = record != nullptr ? json(record->atCommand) : json(nullptr);
+    t["used-threshold-upper"] = limits.upper;
+    t["used-threshold-upper-clear"] = limits.clear;
+    t["used-threshold-upper-exceeded"] = record != nullptr && record->exceeded;
+    rows.push_back({cell(t["fap"]), cell(t["engine"]), t["table"], t["hardware-id"],
+                    cell(t["used"]), cell(t["free"]), cell(t["max-limit"]),
+                    cell(t["percent"]) + "%", cell(t["high-watermark"]),
+                    cell(t["last-high-watermark"]), cell(t["used-threshold-upper"]) + "%",
+                    cell(t["used-threshold-upper-clear"]) + "%",
+                    t["used-threshold-upper-exceeded"] ? "yes" : "no"});
+    view.object["utilization"].push_back(std::move(t));
+  }
+  if (rows.empty()) {
+    view.text = "no tables\n";
+    return view;
+  }
+  view.text = table("rrllrrrrrrrrl",
+                    {"FAP", "engine", "table", "hardware id", "used", "free", "max-limit", "use",
+                     "high-watermark", "at command", "upper", "clear", "exceeded"},
+                    rows);
+  return view;
+}
+
+View interfaceView(SimHost const& host, std::vector<Portix::IntfId> const& interfaces) {
+  View view{{{"interfaces", json::array()}}, ""};
+  std::vector<Row> rows;
+  for (Portix::IntfId const intf : interfaces) {
+    Standing const found = standing(host, intf);
+    json i = {{"name", name(intf)},
+              {"fap", found.fapId ? json(*found.fapId) : json(nullptr)},
+              {"macsec", found.macsec}};
+    auto const status =
+        found.fapId ? host.status()->indexFapStatus(LogicalFap::LogicalFapId(*found.fapId))
+                    : nullptr;
+    i["egress-disabled"] = nullptr;
+    if (status) {
+      indexFields(i, *status, intf);
+      OruMacSec::SecIntfId const id(intf);
+      if (status->esecLoopbackDisabledIndexInfoHas(id)) {
+        auto const record = status->esecLoopbackDisabledIndexInfo(id);
+        i["egress-disabled"] = {{"engine", record.engineInstance()},
+                                {std::string(kTables[0].name), record.esecScIndex().value()}};
+      }
+    } else {
+      for (TableKind const& kind : kTables) {
+        i[std::string(kind.name)] = nullptr;
+      }
+      i["engine"] = nullptr;
+    }
+    std::string state = found.holds ? "holds indexes" : found.shouldHold ? "refused" : "not served";
+    std::string reason = found.reason;
+    if (!found.holds && !found.shouldHold) {
+      reason = !found.fapId ? "its port is in no logical FAP's interface set" : "MACsec is off";
+    }
+    i["state"] = state;
+    i["reason"] = reason.empty() ? json(nullptr) : json(reason);
+    Row row = {i["name"], cell(i["fap"]), found.macsec ? "on" : "off", cell(i["engine"])};
+    for (TableKind const& kind : kTables) {
+      row.push_back(cell(i[std::string(kind.name)]));
+    }
+    if (!i["egress-disabled"].is_null()) {
+      state += fmt::format(", egress disabled entry {}",
+                           i["egress-disabled"][std::string(kTables[0].name)].get<int>());
+    }
+    row.push_back(reason.empty() ? state : state + ": " + reason);
+    rows.push_back(std::move(row));
+    view.object["interfaces"].push_back(std::move(i));
+  }
+  Row header = {"interface", "FAP", "MACsec", "engine"};
+  for (TableKind const& kind : kTables) {
+    header.emplace_back(kind.name);
+  }
+  header.emplace_back("state");
+  view.text = table("lrlrrrrrl", header, rows);
+  return view;
+}
+
+View helpView(std::string const& topic) {
+  View view{{{"help", json::array()}}, ""};
+  for (CommandHelp const& command : commandHelp()) {
+    if (!topic.empty() && command.name != topic) {
+      continue;
+    }
+    json usage = json::array();
+    std::string_view rest = command.usage;
+    while (!rest.empty()) {
+      auto const newline = rest.find('\n');
+      usage.push_back(rest.substr(0, newline));
+      rest = newline == std::string_view::npos ? std::string_view() : rest.substr(newline + 1);
+    }
+    for (json const& form : usage) {
+      view.text += "  " + form.get<std::string>() + '\n';
+    }
+    if (!topic.empty()) {
+      view.text += '\n' + std::string(command.summary) + '\n';
+    }
+    view.object["help"].push_back(
+        {{"command", command.name}, {"usage", usage}, {"summary", command.summary}});
+  }
+  if (topic.empty()) {
+    view.text = "Commands (\"help <command>\" describes one; # starts a comment):\n" + view.text +
+                "Interfaces: Ethernet<N> or Ethernet<N>.<M>; a number may be a range or a comma "
+                "list: Ethernet1-48, Ethernet1,3,5-8, Ethernet1-4.1-100.\n";
+  }
+  return view;
+}
+
+}  // namespace sim

@@ -30,6 +30,12 @@ bool worthRunning(sim::Command const& command) {
   if (auto const* macsec = std::get_if<sim::MacsecCommand>(&command)) {
     return small(macsec->interfaces);
   }
+  if (auto const* retry = std::get_if<sim::RetryCommand>(&command)) {
+    return small(retry->interfaces);
+  }
+  if (auto const* show = std::get_if<sim::ShowCommand>(&command)) {
+    return small(show->interfaces);
+  }
   return true;
 }
 

@@ -58,8 +58,14 @@ TEST_F(StoreTest, WritesEveryChangeOfTheSharedStateAsItHappens) {
   EXPECT_THAT([&] { Store(path, Store::Access::kWrite); },
               ThrowsMessage<sim::StoreError>(HasSubstr(path + ": another simulator is writing")));
 
-  // A later simulator over the same database follows the state it loaded.
+  // A database of schema version 1 (where the chip's ingress disabled index was "size") is
+  // upgraded by the next writer; a reader alone cannot.
   store.reset();
+  sim::Database(path, SQLITE_OPEN_READWRITE)
+      .exec("ALTER TABLE chip RENAME COLUMN isec_disabled TO size; PRAGMA user_version = 1");
+  EXPECT_THAT([&] { Store(path, Store::Access::kReadOnly); },
+              ThrowsMessage<sim::StoreError>(HasSubstr("schema version 1, written by an earlier")));
+  // A later simulator over the same database follows the state it loaded.
   sim::SimHost next(std::cout);
   store = std::make_unique<Store>(path, Store::Access::kWrite);
   store->load(next);

@@ -141,17 +141,21 @@ json fapJson(SimHost const& host, U16 fapId) {
   return out;
 }
 
+std::string refusedText(json const& refused) {
+  if (refused.empty()) {
+    return "";
+  }
+  std::vector<Row> rows;
+  for (json const& r : refused) {
+    rows.push_back({r["name"], r["reason"]});
+  }
+  return table("ll", {"refused interface", "reason"}, rows);
+}
+
 std::string fapText(json const& fap) {
   if (!fap.contains("engine-count")) {
     std::string text = fmt::format("FAP {}: nothing published\n", fap["fap"].get<int>());
-    if (!fap["refused"].empty()) {
-      std::vector<Row> rows;
-      for (json const& r : fap["refused"]) {
-        rows.push_back({r["name"], r["reason"]});
-      }
-      text += table("ll", {"refused interface", "reason"}, rows);
-    }
-    return text;
+    return text + refusedText(fap["refused"]);
   }
   int const engineCount = fap["engine-count"];
   std::string text = fmt::format(
@@ -192,14 +196,7 @@ std::string fapText(json const& fap) {
     text += table("lrr", {"disabled egress entry of", "engine", std::string(kTables[0].name)},
                   rows);
   }
-  if (!fap["refused"].empty()) {
-    std::vector<Row> rows;
-    for (json const& r : fap["refused"]) {
-      rows.push_back({r["name"], r["reason"]});
-    }
-    text += table("ll", {"refused interface", "reason"}, rows);
-  }
-  return text;
+  return text + refusedText(fap["refused"]);
 }
 
 }  // namespace

@@ -146,6 +146,12 @@ TEST(OperatorView, AgreesWithThePublishedRecordsOverRandomRuns) {
         EXPECT_EQ(t["free"], std::max(0, int(t["max-limit"]) - int(t["used"]))) << t;
         EXPECT_GE(t["high-watermark"], t["used"]) << t;
         EXPECT_EQ(t["used-threshold-upper-exceeded"], r.exceeded[key]) << t;
+        // Hysteresis: over the upper threshold the table is exceeded, at the clear one or below
+        // it is not, and in between it keeps what it was.
+        auto const [upper, clear] = r.thresholds.at(t["fap"]);
+        if (t["percent"] >= upper || t["percent"] <= clear) {
+          EXPECT_EQ(r.exceeded[key], t["percent"] >= upper) << t;
+        }
       }
       if (::testing::Test::HasFailure()) {
         return;

@@ -16,10 +16,10 @@ std::uint64_t subNumber(Portix::IntfId intfId) {
 }  // namespace
 
 std::string chipLine(U16 fapId, ChipSettings const& settings) {
-  return fmt::format("chip {} engines={} isec-disabled={} esec-disabled={} per-port-disabled={} static={}",
-                     fapId, settings.engines, settings.isecDisabled, settings.esecDisabled,
-                     settings.perPortDisabled ? "yes" : "no",
-                     settings.staticAllocation ? "yes" : "no");
+  return fmt::format(
+      "chip {} engines={} isec-disabled={} esec-disabled={} per-port-disabled={} static={}", fapId,
+      settings.engines, settings.isecDisabled, settings.esecDisabled,
+      settings.perPortDisabled ? "yes" : "no", settings.staticAllocation ? "yes" : "no");
 }
 
 ChipPolicy::ChipPolicy(LogicalFap::LogicalFapId fapId, ChipSettings const& settings)
@@ -36,8 +36,8 @@ U16 ChipPolicy::staticIndex(Portix::IntfId intfId) const {
   }
   std::uint64_t const index = (portNumber(intfId) - 1) / settings_.engines * kStaticStride + sub;
   // The reserved disabled indexes are no interface's: an index that reaches them is none at all.
-  bool const reserved =
-      index >= settings_.isecDisabled || (!settings_.perPortDisabled && index == settings_.esecDisabled);
+  bool const reserved = index >= settings_.isecDisabled ||
+                        (!settings_.perPortDisabled && index == settings_.esecDisabled);
   return reserved ? U16(0xFFFF) : U16(index);
 }
 

@@ -15,15 +15,16 @@
 namespace sim {
 
 struct ChipSettings {
-  U16 engines = 1;  // at least 1
+  U16 engines = 1;         // at least 1
   U16 isecDisabled = 255;  // the ingress disabled index, also the largest index of every table
   U16 esecDisabled = 255;
   bool perPortDisabled = false;
   bool staticAllocation = false;
 
   friend bool operator==(ChipSettings const& a, ChipSettings const& b) {
-    return a.engines == b.engines && a.isecDisabled == b.isecDisabled && a.esecDisabled == b.esecDisabled &&
-           a.perPortDisabled == b.perPortDisabled && a.staticAllocation == b.staticAllocation;
+    return a.engines == b.engines && a.isecDisabled == b.isecDisabled &&
+           a.esecDisabled == b.esecDisabled && a.perPortDisabled == b.perPortDisabled &&
+           a.staticAllocation == b.staticAllocation;
   }
 };
 

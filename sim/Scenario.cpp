@@ -339,11 +339,14 @@ std::vector<CommandHelp> const& commandHelp() {
        "with its set. An interface belongs to one FAP's set at a time."},
       {"intf", "intf add|del <fap> <interfaces>...", "Changes a logical FAP's interface set."},
       {"macsec", "macsec on|off <interfaces>...\nmacsec retry [<interfaces>...]",
-       "Switches MACsec on or off on the interfaces. retry announces the interfaces' MACsec status\n"
+       "Switches MACsec on or off on the interfaces. retry announces the interfaces' MACsec "
+       "status\n"
        "to the agent again, unchanged, so that it reconciles them: the index manager does not\n"
        "retry a refused interface by itself when entries are freed. Without interfaces, retry\n"
        "takes every interface that should hold indexes and holds none."},
-      {"show", "show [<fap>] [json]\nshow utilization [<fap>] [json]\nshow interface <interfaces>... [json]",
+      {"show",
+       "show [<fap>] [json]\nshow utilization [<fap>] [json]\nshow interface <interfaces>... "
+       "[json]",
        "show: the published status per logical FAP (engines and their use, each interface's\n"
        "indexes, ports' egress disabled entries, refused interfaces). utilization: used, free,\n"
        "max-limit and high-watermark per FAP, engine and table, with the thresholds.\n"

@@ -89,10 +89,9 @@ struct HelpCommand {
   std::string topic;  // empty: every command
 };
 
-using Command =
-    std::variant<ChipCommand, FapAddCommand, FapDelCommand, IntfCommand, MacsecCommand,
-                 RetryCommand, ShowCommand, ThresholdCommand, LogsCommand, TraceCommand,
-                 AgentCommand, HelpCommand>;
+using Command = std::variant<ChipCommand, FapAddCommand, FapDelCommand, IntfCommand, MacsecCommand,
+                             RetryCommand, ShowCommand, ThresholdCommand, LogsCommand, TraceCommand,
+                             AgentCommand, HelpCommand>;
 
 // The command on `line`, or nothing for a blank or comment-only line.
 std::optional<Command> parseLine(std::string_view line);

@@ -104,7 +104,7 @@ void SimHost::warnPortServed(std::vector<Portix::IntfId> const& interfaces, bool
       continue;
     }
     auto entry = macsec_->cpStatusIterFrom(intf);
-    for (entry && entry.key() == intf ? ++entry : entry;
+    for (entry&& entry.key() == intf ? ++entry : entry;
          entry && Portix::SubIntfId::parentIntfId(entry.key()) == intf; ++entry) {
       if (portServed(entry.key())) {
         found.insert(entry.key());
@@ -229,9 +229,8 @@ void SimHost::apply(Command const& command) {
           retry(c.interfaces);
         } else if constexpr (std::is_same_v<C, ShowCommand>) {
           View const view = c.what == ShowCommand::kUtilization ? utilizationView(*this, c.fapId)
-                            : c.what == ShowCommand::kInterface
-                                ? interfaceView(*this, c.interfaces)
-                                : statusView(*this, c.fapId);
+                            : c.what == ShowCommand::kInterface ? interfaceView(*this, c.interfaces)
+                                                                : statusView(*this, c.fapId);
           transcript_.view(view.object, view.text, c.json);
         } else if constexpr (std::is_same_v<C, ThresholdCommand>) {
           monitor_.thresholdsIs(c.fapId, c.upper, c.clear);

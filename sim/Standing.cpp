@@ -85,8 +85,7 @@ Standing standing(SimHost const& host, Portix::IntfId intf) {
   }
   LogicalFap::LogicalFapId const id(*out.fapId);
   bool const isStatic = host.chip(*out.fapId).staticAllocation;
-  out.shouldHold =
-      out.macsec || (isStatic && host.faps()->logicalFap(id)->intfIdHas(intf));
+  out.shouldHold = out.macsec || (isStatic && host.faps()->logicalFap(id)->intfIdHas(intf));
   auto const status = host.status()->indexFapStatus(id);
   out.holds = status && holdsRecords(*status, intf);
   if (out.shouldHold && !out.holds) {

@@ -15,8 +15,7 @@ using Indexes = std::vector<std::pair<char const*, OruMacSec::TableIndex>>;
 
 class FapChecker {
  public:
-  FapChecker(IndexFapStatus const& status, ChipSettings const& chip,
-             std::vector<StateWarning>& out)
+  FapChecker(IndexFapStatus const& status, ChipSettings const& chip, std::vector<StateWarning>& out)
       : status_(status),
         chip_(chip),
         policy_(new ChipPolicy(status.logicalFapId(), chip)),
@@ -38,14 +37,16 @@ class FapChecker {
     }
     for (auto const& [id, info] : egress) {
       if (ingress.count(id) == 0) {
-        warn("egress", "interface", id, "a lone egress record (no ingress record of the interface)");
+        warn("egress", "interface", id,
+             "a lone egress record (no ingress record of the interface)");
       }
       checkRecord("egress", "interface", id, info.engineInstance(),
                   {{"esec_sc", info.esecScIndex()}});
     }
     for (auto const& [id, info] : ingress) {
       if (egress.count(id) == 0) {
-        warn("ingress", "interface", id, "a lone ingress record (no egress record of the interface)");
+        warn("ingress", "interface", id,
+             "a lone ingress record (no egress record of the interface)");
       }
       checkRecord("ingress", "interface", id, info.engineInstance(),
                   {{"isec_sp", info.isecSpIndex()},
@@ -91,7 +92,8 @@ class FapChecker {
   }
 
   void warn(char const* table, char const* keyColumn, Portix::IntfId id, std::string text) {
-    out_.push_back({table, recordRow(fapId(), keyColumn, Portix::valueToStrep(id)), std::move(text)});
+    out_.push_back(
+        {table, recordRow(fapId(), keyColumn, Portix::valueToStrep(id)), std::move(text)});
   }
 
   U16 fapId() const { return status_.logicalFapId().value(); }

@@ -10,8 +10,7 @@ namespace sim {
 
 namespace {
 
-OruMacSec::TableResources const* table(OruMacSec::EngineResources const& engine,
-                                       std::size_t kind) {
+OruMacSec::TableResources const* table(OruMacSec::EngineResources const& engine, std::size_t kind) {
   switch (kind) {
     case 0:
       return engine.esecScIndex().get();
@@ -66,9 +65,9 @@ void ResourceMonitor::thresholdsIs(std::optional<U16> fapId, std::optional<unsig
   next.upper = upper.value_or(next.upper);
   next.clear = clear.value_or(next.clear);
   if (next.clear >= next.upper) {
-    throw ScenarioError(fmt::format(
-        "the clear threshold ({}%) must be below the upper threshold ({}%)", next.clear,
-        next.upper));
+    throw ScenarioError(
+        fmt::format("the clear threshold ({}%) must be below the upper threshold ({}%)", next.clear,
+                    next.upper));
   }
   if (fapId) {
     perFap_[*fapId] = next;
@@ -95,12 +94,12 @@ void ResourceMonitor::event(bool exceeded, TableUse const& use, Transcript& tran
                                  {"free", use.free},
                                  {"used-threshold-upper", limits.upper},
                                  {"used-threshold-upper-clear", limits.clear}};
-  transcript.event(exceeded ? "THRESHOLD_EXCEEDED" : "THRESHOLD_CLEAR", fields,
-                   fmt::format("FAP {}, engine {}, table {} ({}): {}% used ({} used, {} free; {} "
-                               "threshold {}%)",
-                               use.fapId, use.engine, kind.name, kind.hardwareId, use.percent,
-                               use.used, use.free, exceeded ? "upper" : "clear",
-                               exceeded ? limits.upper : limits.clear));
+  transcript.event(
+      exceeded ? "THRESHOLD_EXCEEDED" : "THRESHOLD_CLEAR", fields,
+      fmt::format("FAP {}, engine {}, table {} ({}): {}% used ({} used, {} free; {} "
+                  "threshold {}%)",
+                  use.fapId, use.engine, kind.name, kind.hardwareId, use.percent, use.used,
+                  use.free, exceeded ? "upper" : "clear", exceeded ? limits.upper : limits.clear));
 }
 
 void ResourceMonitor::check(OruMacSec::IndexSm const* agent, std::size_t command,

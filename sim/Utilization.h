@@ -28,10 +28,11 @@ struct TableKind {
   std::string_view name;
   std::string_view hardwareId;
 };
-inline constexpr std::array<TableKind, 4> kTables = {{{"EsecScTable", "ESEC_SC_TABLE"},
-                                                      {"IsecScTcam", "ISEC_SC_TABLE"},
-                                                      {"IsecSpTcam", "ISEC_SP_TABLE"},
-                                                      {"SubPortPolicyTable", "SUB_PORT_POLICY_TABLE"}}};
+inline constexpr std::array<TableKind, 4> kTables = {
+    {{"EsecScTable", "ESEC_SC_TABLE"},
+     {"IsecScTcam", "ISEC_SC_TABLE"},
+     {"IsecSpTcam", "ISEC_SP_TABLE"},
+     {"SubPortPolicyTable", "SUB_PORT_POLICY_TABLE"}}};
 
 struct TableUse {
   U16 fapId;

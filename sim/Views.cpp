@@ -122,9 +122,10 @@ json fapJson(SimHost const& host, U16 fapId) {
     }
     std::map<Portix::IntfId, json> ports;
     for (auto record = status->esecLoopbackDisabledIndexInfoIter(); record; ++record) {
-      ports[record.key().intfId()] = {{"port", name(record.key().intfId())},
-                                      {"engine", record->engineInstance()},
-                                      {std::string(kTables[0].name), record->esecScIndex().value()}};
+      ports[record.key().intfId()] = {
+          {"port", name(record.key().intfId())},
+          {"engine", record->engineInstance()},
+          {std::string(kTables[0].name), record->esecScIndex().value()}};
     }
     for (auto& [port, row] : ports) {
       disabled.push_back(std::move(row));
@@ -158,10 +159,10 @@ std::string fapText(json const& fap) {
     return text + refusedText(fap["refused"]);
   }
   int const engineCount = fap["engine-count"];
-  std::string text = fmt::format(
-      "FAP {}: {} engine{}, egress disabled index {}, ingress disabled index {}\n",
-      fap["fap"].get<int>(), engineCount, engineCount == 1 ? "" : "s",
-      fap["esec-disabled-index"].get<int>(), fap["isec-disabled-index"].get<int>());
+  std::string text =
+      fmt::format("FAP {}: {} engine{}, egress disabled index {}, ingress disabled index {}\n",
+                  fap["fap"].get<int>(), engineCount, engineCount == 1 ? "" : "s",
+                  fap["esec-disabled-index"].get<int>(), fap["isec-disabled-index"].get<int>());
   for (json const& engine : fap["engines"]) {
     std::vector<std::string> uses;
     for (json const& t : engine["tables"]) {
@@ -193,8 +194,8 @@ std::string fapText(json const& fap) {
     for (json const& d : fap["egress-disabled"]) {
       rows.push_back({d["port"], cell(d["engine"]), cell(d[std::string(kTables[0].name)])});
     }
-    text += table("lrr", {"disabled egress entry of", "engine", std::string(kTables[0].name)},
-                  rows);
+    text +=
+        table("lrr", {"disabled egress entry of", "engine", std::string(kTables[0].name)}, rows);
   }
   return text + refusedText(fap["refused"]);
 }
@@ -266,9 +267,9 @@ View interfaceView(SimHost const& host, std::vector<Portix::IntfId> const& inter
     json i = {{"name", name(intf)},
               {"fap", found.fapId ? json(*found.fapId) : json(nullptr)},
               {"macsec", found.macsec}};
-    auto const status =
-        found.fapId ? host.status()->indexFapStatus(LogicalFap::LogicalFapId(*found.fapId))
-                    : nullptr;
+    auto const status = found.fapId
+                            ? host.status()->indexFapStatus(LogicalFap::LogicalFapId(*found.fapId))
+                            : nullptr;
     i["egress-disabled"] = nullptr;
     if (status) {
       indexFields(i, *status, intf);

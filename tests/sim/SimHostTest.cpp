@@ -27,7 +27,8 @@ TEST(ScenarioReader, RefusesMalformedLinesSayingWhatIsWrong) {
       {"fap add 70000", R"(a logical FAP must be a number from 0 to 65535, not "70000")"},
       {"chip 1 colour=red", R"(unknown chip parameter "colour"; usage: chip <fap>)"},
       {"chip 1 static=maybe", R"(static must be yes or no, not "maybe")"},
-      {"chip 1 isec-disabled=65534", R"(isec-disabled must be a number from 0 to 65533, not "65534")"},
+      {"chip 1 isec-disabled=65534",
+       R"(isec-disabled must be a number from 0 to 65533, not "65534")"},
       {"trace 10", R"(a trace level must be a number from 0 to 9, not "10")"},
       {"agent pause", "usage: agent stop|start|restart"},
       {"macsec on", "usage: macsec on|off <interfaces>..."},
@@ -37,9 +38,9 @@ TEST(ScenarioReader, RefusesMalformedLinesSayingWhatIsWrong) {
       {"intf del 1 eth1", R"(malformed interface name "eth1")"},
       {"macsec on Ethernet1-1048577", R"("Ethernet1-1048577" names 1048577 interfaces; at most)"},
   };
-  for (std::string bad : {"Ethernet", "Ethernet0", "Ethernet01", "Ethernet1.0", "Ethernet1.",
-                          "Ethernet1.2.3", "Ethernet1-", "Ethernet4294967296", "Ethernet1,",
-                          "Ethernet,1"}) {
+  for (std::string bad :
+       {"Ethernet", "Ethernet0", "Ethernet01", "Ethernet1.0", "Ethernet1.", "Ethernet1.2.3",
+        "Ethernet1-", "Ethernet4294967296", "Ethernet1,", "Ethernet,1"}) {
     cases.push_back({"macsec on " + bad, "malformed interface \"" + bad + "\" (expected"});
   }
   for (auto const& [line, expected] : cases) {
@@ -58,8 +59,10 @@ TEST(SimHost, ACommandThatCannotApplyIsRefusedAndChangesNothing) {
   };
   run(host, {"agent start", "chip 1 engines=2 isec-disabled=10", "fap add 1 Ethernet1"});
   refused({"intf add 2 Ethernet1", "fap del 2", "fap add 1 Ethernet2", "agent start", "chip 1"});
-  run(host, {"chip 1 engines=2 isec-disabled=10", "agent stop", "fap del 1"});  // the same chip is harmless
-  refused({"agent stop", "chip 1 engines=3 isec-disabled=10"});  // FAP 1 keeps its status till a start
+  run(host, {"chip 1 engines=2 isec-disabled=10", "agent stop",
+             "fap del 1"});  // the same chip is harmless
+  refused(
+      {"agent stop", "chip 1 engines=3 isec-disabled=10"});  // FAP 1 keeps its status till a start
   run(host, {"agent start", "chip 1 engines=3 isec-disabled=10", "fap add 1 Ethernet1"});
   EXPECT_EQ(host.status()->indexFapStatus(LogicalFap::LogicalFapId(1))->numEngineInstances(), 3);
 }

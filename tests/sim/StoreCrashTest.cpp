@@ -1,8 +1,8 @@
 // The store under crashes: the simulator program runs a long scenario on a database and is killed
 // with SIGKILL at random moments; what it leaves must load, pass the invariants, and be the state
 // after a whole number of the commands, not fewer than it had reported done.
-#include <gmock/gmock.h>
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -39,8 +39,8 @@ std::string randomCommand(std::mt19937& random) {
   int const fap = pick(1, 2);
   switch (pick(0, 9)) {
     case 0:
-      return fmt::format("chip {} engines={} isec-disabled={} per-port-disabled={}", fap, pick(1, 3),
-                         pick(4, 12), pick(0, 1) == 1 ? "yes" : "no");
+      return fmt::format("chip {} engines={} isec-disabled={} per-port-disabled={}", fap,
+                         pick(1, 3), pick(4, 12), pick(0, 1) == 1 ? "yes" : "no");
     case 1:
       return fmt::format("fap add {} Ethernet{}-{}", fap, fap * 4 - 3, fap * 4);
     case 2:
@@ -59,8 +59,8 @@ struct Outcome {
 };
 
 // Runs the simulator on `scenario` over `database`, killing it after `delay` unless it is null.
-Outcome runSimulator(std::string const& database, std::string const& scenario, std::string const& out,
-                 std::optional<std::chrono::microseconds> delay) {
+Outcome runSimulator(std::string const& database, std::string const& scenario,
+                     std::string const& out, std::optional<std::chrono::microseconds> delay) {
   posix_spawn_file_actions_t files;
   posix_spawn_file_actions_init(&files);
   posix_spawn_file_actions_addopen(&files, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
@@ -123,8 +123,8 @@ TEST(StoreCrash, AKilledSimulatorLeavesTheStateAfterAWholeNumberOfCommands) {
     removeDatabase();
     std::optional<std::chrono::microseconds> delay;
     if (kills > 0) {  // the first run goes to the end and times the whole scenario
-      delay = std::chrono::microseconds(std::uniform_int_distribution<std::int64_t>(
-          0, full.count() * 5 / 4)(random));
+      delay = std::chrono::microseconds(
+          std::uniform_int_distribution<std::int64_t>(0, full.count() * 5 / 4)(random));
     }
     auto const begin = Clock::now();
     Outcome const run = runSimulator(database, scenario, out, delay);

@@ -11,9 +11,9 @@
 
 namespace {
 
+using sim::Store;
 using ::testing::HasSubstr;
 using ::testing::ThrowsMessage;
-using sim::Store;
 
 struct StoreTest : ::testing::Test {
   void SetUp() override { remove(); }
@@ -39,13 +39,13 @@ TEST_F(StoreTest, WritesEveryChangeOfTheSharedStateAsItHappens) {
   auto store = std::make_unique<Store>(path, Store::Access::kWrite);
   store->follow(host);
   host.agentStart();
-  for (char const* line : {
-           "chip 1 engines=2 isec-disabled=16 esec-disabled=12 per-port-disabled=yes", "chip 3 static=yes",
-           "fap add 1 Ethernet1-3 Ethernet1.1", "macsec on Ethernet3 Ethernet1.1 Ethernet2",
-           "macsec on Ethernet1", "intf del 1 Ethernet2", "fap add 3 Ethernet5 Ethernet5.2",
-           "macsec off Ethernet3", "agent restart", "intf add 1 Ethernet2", "fap del 1",
-           "agent stop", "chip 1 engines=3", "fap del 3", "agent start", "chip 1",
-           "fap add 1 Ethernet1 Ethernet2.1", "macsec on Ethernet2.1"}) {
+  for (char const* line :
+       {"chip 1 engines=2 isec-disabled=16 esec-disabled=12 per-port-disabled=yes",
+        "chip 3 static=yes", "fap add 1 Ethernet1-3 Ethernet1.1",
+        "macsec on Ethernet3 Ethernet1.1 Ethernet2", "macsec on Ethernet1", "intf del 1 Ethernet2",
+        "fap add 3 Ethernet5 Ethernet5.2", "macsec off Ethernet3", "agent restart",
+        "intf add 1 Ethernet2", "fap del 1", "agent stop", "chip 1 engines=3", "fap del 3",
+        "agent start", "chip 1", "fap add 1 Ethernet1 Ethernet2.1", "macsec on Ethernet2.1"}) {
     host.run(*sim::parseLine(line));
     store->commit();
     ASSERT_EQ(stored(), sim::stateText(host)) << "after " << line;

@@ -1,18 +1,28 @@
 // macsec-index-sim: runs the MACsec index manager in a simulated switch, driven by scenarios.
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <fmt/format.h>
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "sim/Input.h"
 #include "sim/Output.h"
 #include "sim/Scenario.h"
 #include "sim/SimHost.h"
 #include "sim/StateCheck.h"
 #include "sim/StateJson.h"
 #include "sim/Store.h"
+#include "sim/Views.h"
 
 namespace {
 
@@ -23,6 +33,10 @@ Runs the MACsec hardware index manager in a simulated switch and drives it with 
 the scenario files, in order, or of standard input when no file is given. Each command is echoed
 ("> ..."), followed by what it caused: log messages ("log ..."), traces when switched on
 ("trace ..."), and the tables of "show".
+
+When standard input and output are a terminal and no file is given, commands are typed at the
+prompt "macsec-index-sim> " with line editing, a history (up arrow) and TAB completion of commands
+and interface names; they are not echoed again.
 
 Options:
   --state <file>     keeps the switch's shared state (chip policies, logical FAPs and their
@@ -40,23 +54,16 @@ Options:
   --import <json>    loads a JSON state (as --export writes it) into the empty store, or into the
                      switch when there is no --state, before the agent starts.
   --export <json>    writes the shared state as JSON once the commands ran ("-": standard output).
-  --help             prints this text.
+  --json             writes the whole transcript as JSON, one object per line (JSON Lines): the
+                     commands, log messages, traces, warnings, events and views.
+  --help             prints this text and the commands.
 With --import or --export and no scenario file, no commands are read and the agent does not start:
 the simulator only moves state between JSON and the database.
 
-Commands (one per line, # starts a comment):
-  chip <fap> [engines=<n>] [size=<n>] [esec-disabled=<n>] [per-port-disabled=yes|no]
-             [static=yes|no]      a FAP's chip policy (fixed while the FAP exists)
-  fap add <fap> [<interfaces>...]  fap del <fap>
-  intf add|del <fap> <interfaces>...
-  macsec on|off <interfaces>...
-  show [<fap>]
-  trace <levels>|off               levels like 1,4 or 0-9 or all
-  agent stop|start|restart
-Interfaces: Ethernet<N>, Ethernet<N>.<M>, and ranges such as Ethernet1-48 or Ethernet1-4.1-100.
-
-A bad command is reported with its file and line; a script then stops (exit status 1), while an
-interactive session goes on. Exit status 2: a usage error.
+A bad command is reported as "error: <file>:<line>: <what>"; a script stops there, while an
+interactive session goes on. Lines longer than 65536 bytes are refused.
+Exit status: 0 when every command applied; 1 when a command failed (in an interactive session too,
+at its end) or a file or the state database could not be read or written; 2 for a usage error.
 )";
 
 struct Options {
@@ -77,7 +84,7 @@ struct Session {
 
   void run(sim::Command const& command) {
     if (readOnly && sim::SimHost::changesState(command)) {
-      throw sim::ScenarioError("the state is open read-only (--read-only): only show and trace");
+      throw sim::ScenarioError("the state is open read-only (--read-only): commands that change it are refused");
     }
     host.run(command);
     commit();
@@ -91,53 +98,219 @@ struct Session {
   }
 };
 
+// `text` with every byte that is not printable ASCII written as \xNN, so that an error shows the
+// offending input as it was, whatever it holds.
+std::string printable(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (char const c : text) {
+    auto const byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte >= 0x7f) {
+      out += fmt::format("\\x{:02x}", byte);
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
+
+// Writes one error line to standard error, after the transcript so far.
+void printError(std::string_view what) {
+  std::cout.flush();
+  std::cerr << "error: " << printable(what) << '\n';
+}
+
 void printWarnings(std::string const& source, std::vector<sim::StateWarning> const& warnings) {
   std::cout.flush();
   for (auto const& w : warnings) {
-    std::cerr << "warning: " << source << ": table " << w.table << ", row " << w.row << ": "
-              << w.text << '\n';
+    std::cerr << "warning: "
+              << printable(fmt::format("{}: table {}, row {}: {}", source, w.table, w.row, w.text))
+              << '\n';
   }
 }
 
-// Runs the commands of one input. Returns false when a script stopped at an error.
-bool runInput(std::istream& in, std::string const& name, bool interactive, Session& session) {
-  std::string line;
-  for (int number = 1; std::getline(in, line); ++number) {
+// The words of `text`, split at blanks.
+std::vector<std::string_view> wordsOf(std::string_view text) {
+  std::vector<std::string_view> out;
+  for (std::size_t pos = text.find_first_not_of(" \t"); pos != std::string_view::npos;
+       pos = text.find_first_not_of(" \t", pos)) {
+    auto const end = std::min(text.find_first_of(" \t", pos), text.size());
+    out.push_back(text.substr(pos, end - pos));
+    pos = end;
+  }
+  return out;
+}
+
+// How commands are read. A script stops at its first error; an interactive session goes on. At a
+// terminal the person's own typing shows the command, so it is not echoed.
+struct InputMode {
+  bool interactive;
+  bool echo;
+};
+
+// Runs one line: a command or a comment. Throws what the command throws.
+void runLine(sim::InputLine const& line, InputMode mode, Session& session) {
+  if (line.tooLong()) {
+    throw sim::ScenarioError(fmt::format("line of {} bytes is longer than the limit of {}",
+                                         line.length, sim::kMaxLineBytes));
+  }
+  std::string const& text = line.text;
+  auto const first = text.find_first_not_of(" \t");
+  auto const command = sim::parseLine(text);
+  if (!command) {
+    // A comment of the scenario's author stays in the transcript.
+    if (mode.echo && first != std::string::npos && text[first] == '#') {
+      session.host.transcript().comment(text.substr(first));
+    }
+    return;
+  }
+  if (mode.echo) {
+    session.host.transcript().command(text.substr(first));
+  }
+  session.run(*command);
+}
+
+// Runs the commands of one input; `name` names it in errors. Returns whether every command
+// applied.
+bool runInput(sim::LineSource& lines, std::string const& name, InputMode mode, Session& session) {
+  bool ok = true;
+  int number = 0;
+  while (auto const line = lines.next()) {
+    ++number;
     try {
-      auto const command = sim::parseLine(line);
-      if (!command) {
-        // A comment of the scenario's author stays in the transcript.
-        auto const first = line.find_first_not_of(" \t");
-        if (first != std::string::npos && line[first] == '#') {
-          session.host.transcript().comment(line.substr(first));
-        }
-        continue;
-      }
-      session.host.transcript().command(line.substr(line.find_first_not_of(" \t")));
-      session.run(*command);
+      runLine(*line, mode, session);
     } catch (sim::StoreError const&) {
       throw;  // the store cannot keep up with the switch: nothing sensible can follow
     } catch (std::exception const& error) {
-      std::cout.flush();
-      std::cerr << "error: " << name << ":" << number << ": " << error.what() << '\n';
-      if (!interactive) {
+      printError(fmt::format("{}:{}: {}", name, number, error.what()));
+      ok = false;
+      if (!mode.interactive) {
         return false;
       }
     }
   }
-  return true;
+  return ok;
+}
+
+// Offers the name of every interface the switch knows: the members of the logical FAPs'
+// interface sets and the interfaces with MACsec status.
+void offerInterfaces(sim::SimHost const& host, sim::CompletionList& list) {
+  for (auto fap = host.faps()->logicalFapIter(); fap; ++fap) {
+    for (auto intf = fap.value()->intfIdIter(); intf; ++intf) {
+      list.offer(Portix::valueToStrep(*intf));
+    }
+  }
+  for (auto entry = host.macsec()->cpStatusIter(); entry; ++entry) {
+    list.offer(Portix::valueToStrep(entry.key()));
+  }
+}
+
+// The alternatives a word of a usage form stands for ("add|del": add, del), without the
+// placeholders ("<fap>", "[json]").
+std::vector<std::string_view> literals(std::string_view formWord) {
+  std::vector<std::string_view> out;
+  std::size_t pos = 0;
+  while (pos <= formWord.size()) {
+    auto const bar = std::min(formWord.find('|', pos), formWord.size());
+    std::string_view const item = formWord.substr(pos, bar - pos);
+    if (!item.empty() && item[0] != '<' && item[0] != '[') {
+      out.push_back(item);
+    }
+    pos = bar + 1;
+  }
+  return out;
+}
+
+// The words that complete `word` at the end of `lineBeforeCursor`, from the usage forms of the
+// commands: a command word first, then the words a form spells out at that place, and interface
+// names where a form takes interfaces.
+std::vector<std::string> completions(sim::SimHost const& host, std::string_view lineBeforeCursor,
+                                     std::string_view word) {
+  auto const before = wordsOf(lineBeforeCursor.substr(0, lineBeforeCursor.size() - word.size()));
+  sim::CompletionList list(word);
+  bool interfaces = false;
+  for (sim::CommandHelp const& command : sim::commandHelp()) {
+    if (before.empty()) {
+      list.offer(command.name);
+      continue;
+    }
+    if (command.name != before[0]) {
+      continue;
+    }
+    std::string_view forms = command.usage;
+    while (!forms.empty()) {
+      auto const newline = std::min(forms.find('\n'), forms.size());
+      auto const form = wordsOf(forms.substr(0, newline));
+      forms = forms.substr(std::min(newline + 1, forms.size()));
+      // The form fits when each word before the cursor is one it spells out or a placeholder.
+      bool fits = form.size() > before.size() ||
+                  form.back().find("<interfaces>...") != std::string_view::npos;
+      for (std::size_t i = 1; fits && i < before.size() && i < form.size(); ++i) {
+        auto const spelt = literals(form[i]);
+        fits = spelt.empty() || form[i][0] == '[' ||
+               std::find(spelt.begin(), spelt.end(), before[i]) != spelt.end();
+      }
+      if (!fits) {
+        continue;
+      }
+      std::string_view const next = form[std::min(before.size(), form.size() - 1)];
+      if (next.find("<interfaces>") != std::string_view::npos) {
+        interfaces = true;
+      } else if (next.find("<command>") != std::string_view::npos) {
+        for (sim::CommandHelp const& other : sim::commandHelp()) {
+          list.offer(other.name);
+        }
+      } else if (before.size() < form.size()) {
+        for (std::string_view const literal : literals(next)) {
+          list.offer(literal);
+        }
+      }
+    }
+  }
+  if (interfaces) {
+    offerInterfaces(host, list);
+  }
+  return list.words();
+}
+
+// Opens a scenario file. Only regular files are read: a directory, FIFO, socket or device is
+// refused by what it is, before it is opened. Throws std::runtime_error naming the file and the
+// reason.
+std::ifstream openScenario(std::string const& file) {
+  auto const refuse = [&](std::string const& reason) {
+    return std::runtime_error("cannot read scenario file " + file + ": " + reason);
+  };
+  struct stat status {};
+  if (::stat(file.c_str(), &status) != 0) {
+    throw refuse(std::strerror(errno));
+  }
+  if (S_ISDIR(status.st_mode)) {
+    throw refuse("it is a directory, not a regular file");
+  }
+  if (S_ISFIFO(status.st_mode)) {
+    throw refuse("it is a FIFO, not a regular file (pipe the commands to standard input)");
+  }
+  if (!S_ISREG(status.st_mode)) {
+    throw refuse(S_ISSOCK(status.st_mode) ? "it is a socket, not a regular file"
+                                          : "it is a device, not a regular file");
+  }
+  std::ifstream in(file);
+  if (!in) {
+    throw refuse(std::strerror(errno));
+  }
+  return in;
 }
 
 // Reads the options; returns the exit status of a usage error or of --help, or -1 to go on.
 int parseOptions(int argc, char** argv, Options& options) {
   auto const usageError = [](std::string const& what) {
-    std::cerr << "macsec-index-sim: " << what << "\n" << kUsage;
+    std::cerr << "macsec-index-sim: " << printable(what) << " (see --help)\n";
     return 2;
   };
   for (int i = 1; i < argc; ++i) {
     std::string const argument = argv[i];
     if (argument == "--help" || argument == "-h") {
-      std::cout << kUsage;
+      std::cout << kUsage << '\n' << sim::helpView("").text;
       return 0;
     }
     if (argument == "--json") {
@@ -177,9 +350,29 @@ int parseOptions(int argc, char** argv, Options& options) {
   return -1;
 }
 
+// Runs the commands of standard input: typed at the terminal when standard input and output are
+// one, else read as they come. Returns whether every command applied.
+bool runStandardInput(sim::SimHost const& host, Session& session) {
+  bool const interactive = isatty(STDIN_FILENO) != 0;
+  if (interactive && isatty(STDOUT_FILENO) != 0) {
+    sim::Terminal terminal("macsec-index-sim> ",
+                           [&host](std::string_view lineBeforeCursor, std::string_view word) {
+                             return completions(host, lineBeforeCursor, word);
+                           });
+    return runInput(terminal, "<stdin>", {true, false}, session);
+  }
+  sim::StreamLines lines(std::cin);
+  return runInput(lines, "<stdin>", {interactive, true}, session);
+}
+
 // Opens the store, loads it, imports and starts the agent as the options ask, runs the commands
-// and exports. Errors of the state (store, files) escape as exceptions.
+// and exports. Errors of the state (store, files) and unreadable scenario files escape as
+// exceptions.
 int runSession(Options const& options) {
+  // Every scenario file is tried before anything runs, so that a misspelt name changes nothing.
+  for (std::string const& file : options.files) {
+    openScenario(file);
+  }
   sim::SimHost host(std::cout, options.json ? sim::Transcript::Format::kJson
                                             : sim::Transcript::Format::kText);
   sim::TranscriptSinks sinks(host.transcript());
@@ -217,16 +410,12 @@ int runSession(Options const& options) {
 
   bool ok = true;
   if (commands && options.files.empty()) {
-    bool const interactive = isatty(STDIN_FILENO) != 0;
-    ok = runInput(std::cin, "<stdin>", interactive, session);
+    ok = runStandardInput(host, session);
   }
   for (std::string const& file : options.files) {
-    std::ifstream in(file);
-    if (!in) {
-      std::cerr << "error: cannot read " << file << '\n';
-      return 1;
-    }
-    if (!runInput(in, file, false, session)) {
+    std::ifstream in = openScenario(file);
+    sim::StreamLines lines(in);
+    if (!runInput(lines, file, {false, true}, session)) {
       return 1;
     }
   }
@@ -247,8 +436,7 @@ int main(int argc, char** argv) {
   try {
     return runSession(options);
   } catch (std::exception const& error) {
-    std::cout.flush();
-    std::cerr << "error: " << error.what() << '\n';
+    printError(error.what());
     return 1;
   }
 }

@@ -44,7 +44,8 @@ TEST(ScenarioReader, RefusesMalformedLinesSayingWhatIsWrong) {
     cases.push_back({"macsec on " + bad, "malformed interface \"" + bad + "\" (expected"});
   }
   for (auto const& [line, expected] : cases) {
-    EXPECT_THAT([&] { sim::parseLine(line); }, ThrowsMessage<std::exception>(StartsWith(expected)));
+    EXPECT_THAT([&line = line] { sim::parseLine(line); },
+                ThrowsMessage<std::exception>(StartsWith(expected)));
   }
 }
 
@@ -81,7 +82,8 @@ TEST(StateJson, AMalformedStateIsRefusedNamingTheFileAndThePlace) {
   };
   for (auto const& [text, expected] : cases) {
     sim::SimHost host(std::cout);
-    EXPECT_THAT([&] { sim::stateFromText(host, text, "s.json"); },
+    auto const load = [&, &text = text] { sim::stateFromText(host, text, "s.json"); };
+    EXPECT_THAT(load,
                 ThrowsMessage<sim::StateFileError>(StartsWith("state file s.json: " + expected)));
     EXPECT_EQ(sim::stateText(host), sim::stateText(sim::SimHost(std::cout))) << "partly loaded";
   }

@@ -50,16 +50,20 @@ bool yesNo(std::string_view text, std::string_view key) {
   throw ScenarioError(fmt::format("{} must be yes or no, not \"{}\"", key, text));
 }
 
+ScenarioError malformedInterface(std::string_view token) {
+  return ScenarioError(fmt::format(
+      "malformed interface \"{}\" (expected Ethernet<N> or Ethernet<N>.<M> with N and M from 1, "
+      "or ranges and lists such as Ethernet1-4.1-8 or Ethernet1,3,5-8)",
+      token));
+}
+
 // An interface number: from 1 to 2^32 - 1, without leading zeros (as interface names write it).
 std::uint64_t interfaceNumber(std::string_view text, std::string_view token) {
   std::uint64_t value = 0;
   auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (text.empty() || text[0] == '0' || error != std::errc() || end != text.data() + text.size() ||
       value > 0xffffffffu) {
-    throw ScenarioError(fmt::format(
-        "malformed interface \"{}\" (expected Ethernet<N> or Ethernet<N>.<M> with N and M from 1, "
-        "or ranges such as Ethernet1-4.1-8)",
-        token));
+    throw malformedInterface(token);
   }
   return value;
 }
@@ -223,8 +227,7 @@ ShowCommand show(std::vector<std::string_view> tokens) {
 std::vector<Portix::IntfId> expandInterfaces(std::string_view token) {
   constexpr std::string_view kPrefix = "Ethernet";
   if (token.substr(0, kPrefix.size()) != kPrefix) {
-    // Portix says what a name must look like.
-    return {Portix::IntfId(token)};
+    throw malformedInterface(token);
   }
   std::string_view const rest = token.substr(kPrefix.size());
   auto const dot = rest.find('.');

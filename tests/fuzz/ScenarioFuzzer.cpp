@@ -58,8 +58,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
       host.run(*command);
     } catch (sim::ScenarioError const&) {
       continue;
-    } catch (std::invalid_argument const&) {
-      continue;  // a malformed interface name
     }
     if (!host.agentRunning()) {
       continue;

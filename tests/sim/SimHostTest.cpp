@@ -35,7 +35,7 @@ TEST(ScenarioReader, RefusesMalformedLinesSayingWhatIsWrong) {
       {"intf add 1 Ethernet3-1", R"(the range in "Ethernet3-1" runs backwards)"},
       {"intf add 1 Ethernet1,3-2", R"(the range in "Ethernet1,3-2" runs backwards)"},
       {"macsec on Ethernet1,2.1-1048576", R"("Ethernet1,2.1-1048576" names 2097152 interfaces)"},
-      {"intf del 1 eth1", R"(malformed interface name "eth1")"},
+      {"intf del 1 eth1", R"(malformed interface "eth1" (expected)"},
       {"macsec on Ethernet1-1048577", R"("Ethernet1-1048577" names 1048577 interfaces; at most)"},
   };
   for (std::string bad :

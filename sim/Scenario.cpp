@@ -5,8 +5,6 @@
 
 namespace sim {
 
-namespace {
-
 std::vector<std::string_view> words(std::string_view line) {
   line = line.substr(0, line.find('#'));
   std::vector<std::string_view> out;
@@ -22,6 +20,8 @@ std::vector<std::string_view> words(std::string_view line) {
   }
   return out;
 }
+
+namespace {
 
 // A decimal number within [low, high]; `what` names it in the error.
 std::uint64_t number(std::string_view text, std::uint64_t low, std::uint64_t high,

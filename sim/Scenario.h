@@ -93,6 +93,9 @@ using Command = std::variant<ChipCommand, FapAddCommand, FapDelCommand, IntfComm
                              RetryCommand, ShowCommand, ThresholdCommand, LogsCommand, TraceCommand,
                              AgentCommand, HelpCommand>;
 
+// The words of `line` before its comment, split at blanks.
+std::vector<std::string_view> words(std::string_view line);
+
 // The command on `line`, or nothing for a blank or comment-only line.
 std::optional<Command> parseLine(std::string_view line);
 

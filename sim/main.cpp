@@ -58,6 +58,7 @@ Options:
   --json             writes the whole transcript as JSON, one object per line (JSON Lines): the
                      commands, log messages, traces, warnings, events and views.
   --help             prints this text and the commands.
+  --version          prints the version.
 With --import or --export and no scenario file, no commands are read and the agent does not start:
 the simulator only moves state between JSON and the database.
 
@@ -219,6 +220,10 @@ int parseOptions(int argc, char** argv, Options& options) {
     std::string const argument = argv[i];
     if (argument == "--help" || argument == "-h") {
       std::cout << kUsage << '\n' << sim::helpView("").text;
+      return 0;
+    }
+    if (argument == "--version") {
+      std::cout << "macsec-index-sim " << MACSEC_INDEX_SIM_VERSION << '\n';
       return 0;
     }
     if (argument == "--json") {

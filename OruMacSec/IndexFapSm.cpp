@@ -129,7 +129,7 @@ void IndexFapSm::handleIntf() {
 }
 
 Nubis::Ptr<EngineResources> IndexFapSm::engineResourcesFor(Portix::IntfId intfId) const {
-  Nubis::Ptr<EngineResources> const engine =
+  Nubis::Ptr<EngineResources> engine =
       oruMacSecEngineResources_.get(indexHelper_->intfIdToEngineInstance(intfId));
   ORU_ASSERT(engine && "the chip policy names an engine instance that does not exist");
   return engine;

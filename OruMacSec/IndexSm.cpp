@@ -75,10 +75,10 @@ Nubis::Ptr<IndexFapSm> IndexSm::indexFapSmIs(
     Nubis::Ptr<LogicalFap::IntfIdOrderedCol const> const& intfIdCol,
     Nubis::Ptr<Macsec::Status const> const& macsecStatus,
     Nubis::Ptr<IndexFapStatus> const& indexFapStatus, Nubis::Ptr<IndexHelper> const& indexHelper) {
-  Nubis::Ptr<IndexFapSm> const existing = indexFapSm_.get(logicalFapId);
+  Nubis::Ptr<IndexFapSm> existing = indexFapSm_.get(logicalFapId);
   if (!existing) {
-    Nubis::Ptr<IndexFapSm> const created = IndexFapSm::IndexFapSmIs(
-        logicalFapId, intfIdCol, macsecStatus, indexFapStatus, indexHelper);
+    Nubis::Ptr<IndexFapSm> created = IndexFapSm::IndexFapSmIs(logicalFapId, intfIdCol, macsecStatus,
+                                                              indexFapStatus, indexHelper);
     indexFapSm_.set(logicalFapId, created);
     return created;
   }

@@ -77,7 +77,7 @@ CREATE TABLE egress_disabled (
 )sql";
 
 constexpr char const* kStoreTables[] = {"chip",       "fap",    "member",  "macsec",
-                                   "fap_status", "egress", "ingress", "egress_disabled"};
+                                        "fap_status", "egress", "ingress", "egress_disabled"};
 
 std::string name(Portix::IntfId id) {
   return Portix::valueToStrep(id);
@@ -89,7 +89,10 @@ class RowReader {
  public:
   RowReader(Store const& store, Database& db, char const* table, std::vector<char const*> columns,
             std::size_t keyColumns)
-      : store_(store), table_(table), columns_(std::move(columns)), keyColumns_(keyColumns),
+      : store_(store),
+        table_(table),
+        columns_(std::move(columns)),
+        keyColumns_(keyColumns),
         statement_(db.prepare(sql())) {}
 
   bool next() { return statement_.step(); }
@@ -160,8 +163,7 @@ struct Store::Changes {
   std::set<std::tuple<U16, Nubis::AttrId, Portix::IntfId>> records;
 
   bool empty() const {
-    return faps.empty() && members.empty() && macsec.empty() && statuses.empty() &&
-           records.empty();
+    return faps.empty() && members.empty() && macsec.empty() && statuses.empty() && records.empty();
   }
 };
 
@@ -219,8 +221,7 @@ Store::Store(std::string path, Access access, Sync sync)
     fail(fmt::format("cannot read: {}", std::strerror(errno)));
   }
   try {
-    db_ = std::make_unique<Database>(
-        path_, write ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY);
+    db_ = std::make_unique<Database>(path_, write ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY);
     db_->exec("PRAGMA busy_timeout = 5000");
     openSchema();
     if (write) {
@@ -269,14 +270,16 @@ void Store::openSchema() {
     fail("not a macsec-index-sim state database");
   } else if (version == 1 && access_ == Access::kWrite) {
     // Version 1 named the ingress disabled index of a chip "size".
-    db_->exec("BEGIN IMMEDIATE; ALTER TABLE chip RENAME COLUMN size TO isec_disabled; "
-              "PRAGMA user_version = 2; COMMIT");
+    db_->exec(
+        "BEGIN IMMEDIATE; ALTER TABLE chip RENAME COLUMN size TO isec_disabled; "
+        "PRAGMA user_version = 2; COMMIT");
   } else if (version == 1) {
-    fail("schema version 1, written by an earlier simulator: open it once without --read-only "
-         "to upgrade it");
+    fail(
+        "schema version 1, written by an earlier simulator: open it once without --read-only "
+        "to upgrade it");
   } else if (version != kSchemaVersion) {
-    fail(fmt::format("schema version {}; this simulator reads version {}", version,
-                     kSchemaVersion));
+    fail(
+        fmt::format("schema version {}; this simulator reads version {}", version, kSchemaVersion));
   }
   hasSchema_ = true;
 }
@@ -300,8 +303,9 @@ std::vector<StateWarning> Store::load(SimHost& host) {
   // One read transaction: every table from the same snapshot, whatever a writer does meanwhile.
   db_->exec("BEGIN");
   try {
-    RowReader chip(*this, *db_, "chip",
-                   {"fap", "engines", "isec_disabled", "esec_disabled", "per_port_disabled", "static"}, 1);
+    RowReader chip(
+        *this, *db_, "chip",
+        {"fap", "engines", "isec_disabled", "esec_disabled", "per_port_disabled", "static"}, 1);
     while (chip.next()) {
       ChipSettings settings;
       settings.engines = U16(chip.number(1, 1024, 1));
@@ -353,14 +357,14 @@ std::vector<StateWarning> Store::load(SimHost& host) {
                });
     eachRecord("ingress", {"fap", "interface", "isec_sp", "sub_port", "isec_sc", "engine"},
                [&](RowReader const& r, IndexFapStatus& s, SecIntfId id) {
-                 s.isecIndexInfoIs(OruMacSec::IsecIndexInfo(id, index(r, 2), index(r, 3),
-                                                            index(r, 4), r.u16(5)));
+                 s.isecIndexInfoIs(
+                     OruMacSec::IsecIndexInfo(id, index(r, 2), index(r, 3), index(r, 4), r.u16(5)));
                });
-    eachRecord("egress_disabled", {"fap", "port", "esec_sc", "engine"},
-               [&](RowReader const& r, IndexFapStatus& s, SecIntfId id) {
-                 s.esecLoopbackDisabledIndexInfoIs(
-                     OruMacSec::EsecIndexInfo(id, index(r, 2), r.u16(3)));
-               });
+    eachRecord(
+        "egress_disabled", {"fap", "port", "esec_sc", "engine"},
+        [&](RowReader const& r, IndexFapStatus& s, SecIntfId id) {
+          s.esecLoopbackDisabledIndexInfoIs(OruMacSec::EsecIndexInfo(id, index(r, 2), r.u16(3)));
+        });
   } catch (...) {
     db_->exec("ROLLBACK");
     throw;
@@ -419,8 +423,7 @@ void Store::refollowStatus(U16 fapId) {
   watch->follow(host_->status()->indexFapStatus(LogicalFap::LogicalFapId(fapId)).get(),
                 [](Nubis::Notification const& n) {
                   Watch const& w = Watch::of(n);
-                  w.changes().records.emplace(w.fapId(), n.attrId,
-                                              n.key.as<SecIntfId>().intfId());
+                  w.changes().records.emplace(w.fapId(), n.attrId, n.key.as<SecIntfId>().intfId());
                 });
 }
 
@@ -561,8 +564,9 @@ void Store::writeRecord(IndexFapStatus const* status, U16 fapId, Nubis::AttrId t
   }
   // Egress records and egress disabled entries have the same shape.
   bool const disabled = table == IndexFapStatus::kEsecLoopbackDisabledIndexInfoAttr;
-  bool const present = status != nullptr && (disabled ? status->esecLoopbackDisabledIndexInfoHas(key)
-                                                      : status->esecIndexInfoHas(key));
+  bool const present =
+      status != nullptr &&
+      (disabled ? status->esecLoopbackDisabledIndexInfoHas(key) : status->esecIndexInfoHas(key));
   if (!present) {
     db_->cached(disabled ? "DELETE FROM egress_disabled WHERE fap = ? AND port = ?"
                          : "DELETE FROM egress WHERE fap = ? AND interface = ?")

@@ -300,7 +300,10 @@ View interfaceView(SimHost const& host, std::vector<Portix::IntfId> const& inter
       state += fmt::format(", egress disabled entry {}",
                            i["egress-disabled"][std::string(kTables[0].name)].get<int>());
     }
-    row.push_back(reason.empty() ? state : state + ": " + reason);
+    if (!reason.empty()) {
+      state += ": " + reason;
+    }
+    row.push_back(std::move(state));
     rows.push_back(std::move(row));
     view.object["interfaces"].push_back(std::move(i));
   }

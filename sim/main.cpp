@@ -86,7 +86,8 @@ struct Session {
 
   void run(sim::Command const& command) {
     if (readOnly && sim::SimHost::changesState(command)) {
-      throw sim::ScenarioError("the state is open read-only (--read-only): commands that change it are refused");
+      throw sim::ScenarioError(
+          "the state is open read-only (--read-only): commands that change it are refused");
     }
     host.run(command);
     commit();
@@ -286,15 +287,16 @@ int runSession(Options const& options) {
   for (std::string const& file : options.files) {
     openScenario(file);
   }
-  sim::SimHost host(std::cout, options.json ? sim::Transcript::Format::kJson
-                                            : sim::Transcript::Format::kText);
+  sim::SimHost host(std::cout,
+                    options.json ? sim::Transcript::Format::kJson : sim::Transcript::Format::kText);
   sim::TranscriptSinks sinks(host.transcript());
   std::unique_ptr<sim::Store> store;
-  bool const commands = options.files.size() > 0 ||
-                        (options.importPath.empty() && options.exportPath.empty());
+  bool const commands =
+      options.files.size() > 0 || (options.importPath.empty() && options.exportPath.empty());
   if (!options.statePath.empty()) {
     store = std::make_unique<sim::Store>(
-        options.statePath, options.readOnly ? sim::Store::Access::kReadOnly : sim::Store::Access::kWrite,
+        options.statePath,
+        options.readOnly ? sim::Store::Access::kReadOnly : sim::Store::Access::kWrite,
         options.sync);
     bool const holdsState = !store->empty();
     if (holdsState && !options.importPath.empty()) {

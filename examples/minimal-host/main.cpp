@@ -25,7 +25,9 @@ class TwoEngineChip : public OruMacSec::IndexHelper {
     return U16((intfId.value() >> 32) % 2);
   }
   bool useStaticIndexAllocation() const override { return false; }
-  U16 staticIndex(Portix::IntfId) const override { return OruMacSec::TableIndex::invalid().value(); }
+  U16 staticIndex(Portix::IntfId) const override {
+    return OruMacSec::TableIndex::invalid().value();
+  }
   bool esecDisabledIndexPerPortRequired() const override { return false; }
 };
 

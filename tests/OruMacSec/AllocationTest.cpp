@@ -12,7 +12,6 @@ namespace {
 
 using OruMacSec::IndexFapStatus;
 using OruMacSec::SecIntfId;
-using OruMacSec::TableIndex;
 using testsupport::chip;
 using testsupport::esecRecord;
 using testsupport::IndexHost;
@@ -125,7 +124,8 @@ TEST_F(AllocationTest, BrokenContractsStopTheProcess) {
 // tables is refused outright. A record that lost its partner is allocated afresh.
 TEST(StaticAllocation, TablesRefuseWhatTheyHoldAndNothingBeyondThemIsPublished) {
   testsupport::IndexHost host;
-  auto config = testsupport::chip(2, 255, 255, /*perPortDisabled=*/false, /*static=*/true);
+  auto config =
+      testsupport::chip(2, 255, 255, /*perPortDisabled=*/false, /*staticAllocation=*/true);
   config.staticIndexOf[intf("Ethernet2")] = 7;
   config.staticIndexOf[intf("Ethernet4")] = 255;  // the reserved index
   config.staticIndexOf[intf("Ethernet8")] = 256;  // beyond the tables

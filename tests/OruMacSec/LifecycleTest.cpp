@@ -11,7 +11,6 @@ namespace {
 using OruMacSec::IndexFapSm;
 using testsupport::chip;
 using testsupport::fap;
-using testsupport::IndexHost;
 using testsupport::intf;
 using testsupport::TestIndexSm;
 using testsupport::TestPolicy;

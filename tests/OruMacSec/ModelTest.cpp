@@ -129,7 +129,10 @@ void Sut::checkInvariants(Model const& model) {
   RC_ASSERT(problems == std::vector<std::string>());
   RC_ASSERT(testsupport::publishedDump(*host.status) == testsupport::publishedDump(*steady.status));
   RC_ASSERT(testsupport::bookingDump(*host.sm) == testsupport::bookingDump(*steady.sm));
-  for (auto const& [fapId, members] : model.sets) {
+  for (auto const& entry : model.sets) {
+    // Named copies, not structured bindings: lambdas may capture these (C++17).
+    auto const fapId = entry.first;
+    auto const& members = entry.second;
     auto const status = host.fapStatus(fapId);
     RC_ASSERT(status);
     auto const eligible = [&](std::string const& name) {

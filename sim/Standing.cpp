@@ -40,14 +40,15 @@ std::string refusal(SimHost const& host, U16 fapId, Portix::IntfId intf) {
     return fmt::format("static index {} not booked yet; \"macsec retry\" reconciles it", index);
   }
   U16 const engine = policy.intfIdToEngineInstance(intf);
-  for (TableUse const& use : tableUse(*agent, fapId)) {
-    if (use.engine == engine && use.free == 0) {
+  auto const resources = machine->oruMacSecEngineResources(engine);
+  for (TableUse const& use : resources ? engineUse(fapId, *resources) : std::vector<TableUse>()) {
+    if (use.free == 0) {
       return fmt::format("engine {}: table {} ({}) full", engine, kTables[use.table].name,
                          kTables[use.table].hardwareId);
     }
     // A subinterface whose port holds nothing needs a second egress entry for the port.
-    if (use.engine == engine && use.table == 0 && use.free == 1 &&
-        policy.esecDisabledIndexPerPortRequired() && Portix::SubIntfId::isSubIntfId(intf) &&
+    if (use.table == 0 && use.free == 1 && policy.esecDisabledIndexPerPortRequired() &&
+        Portix::SubIntfId::isSubIntfId(intf) &&
         !machine->indexFapStatus()->esecLoopbackDisabledIndexInfoHas(
             OruMacSec::SecIntfId(portOf(intf))) &&
         !holdsRecords(*machine->indexFapStatus(), portOf(intf))) {

@@ -25,6 +25,22 @@ OruMacSec::TableResources const* table(OruMacSec::EngineResources const& engine,
 
 }  // namespace
 
+std::vector<TableUse> engineUse(U16 fapId, OruMacSec::EngineResources const& engine) {
+  std::vector<TableUse> out;
+  for (std::size_t kind = 0; kind < kTables.size(); ++kind) {
+    auto const* const resources = table(engine, kind);
+    if (resources == nullptr) {
+      continue;
+    }
+    std::size_t const used = resources->allocatedIndexSize();
+    U16 const limit = resources->maxIndex();
+    unsigned const percent = limit == 0 ? 100 : unsigned(used * 100 / limit);
+    out.push_back({fapId, engine.engineInstance(), kind, used, used >= limit ? 0 : limit - used,
+                   limit, percent});
+  }
+  return out;
+}
+
 std::vector<TableUse> tableUse(OruMacSec::IndexSm const& agent, std::optional<U16> fapId) {
   std::map<U16, Nubis::Ptr<OruMacSec::IndexFapSm>> faps;
   for (auto fap = agent.indexFapSmIter(); fap; ++fap) {
@@ -39,16 +55,8 @@ std::vector<TableUse> tableUse(OruMacSec::IndexSm const& agent, std::optional<U1
       engines[engine.key()] = engine.value();
     }
     for (auto const& [number, engine] : engines) {
-      for (std::size_t kind = 0; kind < kTables.size(); ++kind) {
-        auto const* const resources = table(*engine, kind);
-        if (resources == nullptr) {
-          continue;
-        }
-        std::size_t const used = resources->allocatedIndexSize();
-        U16 const limit = resources->maxIndex();
-        unsigned const percent = limit == 0 ? 100 : unsigned(used * 100 / limit);
-        out.push_back({id, number, kind, used, used >= limit ? 0 : limit - used, limit, percent});
-      }
+      auto const uses = engineUse(id, *engine);
+      out.insert(out.end(), uses.begin(), uses.end());
     }
   }
   return out;

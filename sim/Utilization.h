@@ -44,6 +44,9 @@ struct TableUse {
   unsigned percent;
 };
 
+// The use of the tables of one engine of `fapId`, in table order.
+std::vector<TableUse> engineUse(U16 fapId, OruMacSec::EngineResources const& engine);
+
 // The use of every table of the agent's engines (of one FAP when `fapId` is given), ordered by
 // FAP, engine and table.
 std::vector<TableUse> tableUse(OruMacSec::IndexSm const& agent, std::optional<U16> fapId);

@@ -54,20 +54,23 @@ std::string name(Portix::IntfId id) {
   return Portix::valueToStrep(id);
 }
 
-// The four index fields of an interface's records, null for a missing record.
-void indexFields(json& object, OruMacSec::IndexFapStatus const& status, Portix::IntfId intf) {
+// The four index fields of an interface's records, null for a missing record (or status).
+void indexFields(json& object, OruMacSec::IndexFapStatus const* status, Portix::IntfId intf) {
   OruMacSec::SecIntfId const id(intf);
   object["engine"] = nullptr;
   for (TableKind const& kind : kTables) {
     object[std::string(kind.name)] = nullptr;
   }
-  if (status.esecIndexInfoHas(id)) {
-    auto const record = status.esecIndexInfo(id);
+  if (status == nullptr) {
+    return;
+  }
+  if (status->esecIndexInfoHas(id)) {
+    auto const record = status->esecIndexInfo(id);
     object["engine"] = record.engineInstance();
     object[std::string(kTables[0].name)] = record.esecScIndex().value();
   }
-  if (status.isecIndexInfoHas(id)) {
-    auto const record = status.isecIndexInfo(id);
+  if (status->isecIndexInfoHas(id)) {
+    auto const record = status->isecIndexInfo(id);
     object["engine"] = record.engineInstance();
     object[std::string(kTables[1].name)] = record.isecScIndex().value();
     object[std::string(kTables[2].name)] = record.isecSpIndex().value();
@@ -117,7 +120,7 @@ json fapJson(SimHost const& host, U16 fapId) {
     }
     for (Portix::IntfId const intf : held) {
       json row = {{"name", name(intf)}};
-      indexFields(row, *status, intf);
+      indexFields(row, status.get(), intf);
       interfaces.push_back(std::move(row));
     }
     std::map<Portix::IntfId, json> ports;
@@ -270,20 +273,13 @@ View interfaceView(SimHost const& host, std::vector<Portix::IntfId> const& inter
     auto const status = found.fapId
                             ? host.status()->indexFapStatus(LogicalFap::LogicalFapId(*found.fapId))
                             : nullptr;
+    indexFields(i, status.get(), intf);
     i["egress-disabled"] = nullptr;
-    if (status) {
-      indexFields(i, *status, intf);
-      OruMacSec::SecIntfId const id(intf);
-      if (status->esecLoopbackDisabledIndexInfoHas(id)) {
-        auto const record = status->esecLoopbackDisabledIndexInfo(id);
-        i["egress-disabled"] = {{"engine", record.engineInstance()},
-                                {std::string(kTables[0].name), record.esecScIndex().value()}};
-      }
-    } else {
-      for (TableKind const& kind : kTables) {
-        i[std::string(kind.name)] = nullptr;
-      }
-      i["engine"] = nullptr;
+    OruMacSec::SecIntfId const id(intf);
+    if (status && status->esecLoopbackDisabledIndexInfoHas(id)) {
+      auto const record = status->esecLoopbackDisabledIndexInfo(id);
+      i["egress-disabled"] = {{"engine", record.engineInstance()},
+                              {std::string(kTables[0].name), record.esecScIndex().value()}};
     }
     std::string state = found.holds ? "holds indexes" : found.shouldHold ? "refused" : "not served";
     std::string reason = found.reason;

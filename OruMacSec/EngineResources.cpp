@@ -9,6 +9,20 @@ EngineResources::~EngineResources() {
   msSubportNum_ = nullptr;
 }
 
+Nubis::Ptr<TableResources> const& EngineResources::table(EngineTable table) const {
+  switch (table) {
+    case EngineTable::kEsecSc:
+      return esecScIndex_;
+    case EngineTable::kIsecSc:
+      return isecScIndex_;
+    case EngineTable::kIsecSp:
+      return isecSpIndex_;
+    case EngineTable::kMsSubport:
+      break;
+  }
+  return msSubportNum_;
+}
+
 Nubis::Ptr<TableResources> EngineResources::tableIs(Nubis::Ptr<TableResources>& table,
                                                     Vok::String const& name, U16 maxIndex) {
   if (!table || table->maxIndex() != maxIndex || table->name() != name) {

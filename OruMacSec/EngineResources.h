@@ -8,6 +8,7 @@
 #pragma once
 
 #include "OruMacSec/TableResources.h"
+#include "OruMacSec/types/EngineTable.h"
 #include "platform/Nubis/Node.h"
 #include "platform/Nubis/Ptr.h"
 #include "platform/Vok/Types.h"
@@ -50,6 +51,9 @@ class EngineResources : public Nubis::Node {
     return tableIs(msSubportNum_, name, maxIndex);
   }
   Nubis::Ptr<TableResources> msSubportNumDel() { return std::move(msSubportNum_); }
+
+  // The table attribute that holds `table` (the attribute named above, may be null).
+  Nubis::Ptr<TableResources> const& table(EngineTable table) const;
 
   // True while the engine is known to have run out of entries. Not published.
   bool hwResourcesFull() const { return hwResourcesFull_; }

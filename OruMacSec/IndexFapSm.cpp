@@ -95,10 +95,10 @@ void IndexFapSm::initializeEngineResources() {
     ORU_TRACE(4, " engine instance: {}", engineInstance);
     Nubis::Ptr<EngineResources> const engine = oruMacSecEngineResourcesIs(engineInstance);
     U16 const size = indexHelper_->isecDisabledIndex();
-    engine->esecScIndexIs("EsecScTable", size);
-    engine->isecScIndexIs("IsecScTcam", size);
-    engine->isecSpIndexIs("IsecSpTcam", size);
-    engine->msSubportNumIs("SubPortPolicyTable", size);
+    engine->esecScIndexIs(Vok::String(tableName(EngineTable::kEsecSc)), size);
+    engine->isecScIndexIs(Vok::String(tableName(EngineTable::kIsecSc)), size);
+    engine->isecSpIndexIs(Vok::String(tableName(EngineTable::kIsecSp)), size);
+    engine->msSubportNumIs(Vok::String(tableName(EngineTable::kMsSubport)), size);
     reserveDisabledIndexes(engineInstance);
   }
 }

@@ -144,6 +144,10 @@ class IndexFapSm : public Nubis::StateMachine {
   // entry has been taken and published, and the result is the free egress entry the subinterface
   // is to take as its own (not yet booked).
   TableIndex maybeAllocateEsecDisabledIndex(Portix::IntfId intfId);
+  // Whether giving `intfId` its entries takes an egress disabled entry for its port first, and so
+  // two entries of the egress table: on chips that need one per port, for a subinterface whose
+  // port holds neither its own egress record nor a disabled entry.
+  bool needsEsecDisabledIndex(Portix::IntfId intfId) const;
   // Gives port `intfId` the lowest free egress entry as its disabled entry and publishes it.
   void addIntfToEsecLoopbackDisabledIndexInfo(Portix::IntfId intfId);
   // Frees the disabled entry of port `intfId`, which must have one, and removes its record.

@@ -5,6 +5,9 @@
 // visited egress SC, ingress SC, ingress SP, sub-port; entries are recorded in the tables before
 // the records are published and freed before the records are removed; the egress record is
 // written and removed before the ingress record.
+#include <algorithm>
+#include <array>
+
 #include "OruMacSec/IndexFapSm.h"
 #include "OruMacSec/OruMacSecLog.h"
 #include "OruMacSec/OruMacSecTrace.h"
@@ -40,17 +43,12 @@ void IndexFapSm::allocateIndexesForIntf(Portix::IntfId intfId) {
   TableIndex const isecSpIndex = engine->isecSpIndex()->getNextFreeIndex();
   TableIndex const msSubportNum = engine->msSubportNum()->getNextFreeIndex();
 
-  char const* fullTable = nullptr;
-  if (esecScIndex == TableIndex::invalid()) {
-    fullTable = "ESEC_SC_TABLE";
-  } else if (isecScIndex == TableIndex::invalid()) {
-    fullTable = "ISEC_SC_TABLE";
-  } else if (isecSpIndex == TableIndex::invalid()) {
-    fullTable = "ISEC_SP_TABLE";
-  } else if (msSubportNum == TableIndex::invalid()) {
-    fullTable = "SUB_PORT_POLICY_TABLE";
-  }
-  if (fullTable != nullptr) {
+  // The results in the tables' visit order; the first table without an entry is the full one.
+  std::array<TableIndex, kEngineTables.size()> const found = {esecScIndex, isecScIndex, isecSpIndex,
+                                                              msSubportNum};
+  auto const full = std::find(found.begin(), found.end(), TableIndex::invalid());
+  if (full != found.end()) {
+    EngineTable const fullTable = kEngineTables[std::size_t(full - found.begin())];
     // Raised at every failed attempt; the log handle's own limits decide what reaches the log.
     // The interface is tried again only when it is next reconciled.
     engine->hwResourcesFullIs(true);

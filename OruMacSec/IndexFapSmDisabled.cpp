@@ -15,10 +15,7 @@ TableIndex IndexFapSm::maybeAllocateEsecDisabledIndex(Portix::IntfId intfId) {
   TableResources& esecScTable = *engine->esecScIndex();
   Portix::IntfId const port = indexHelper_->getParentIntfId(intfId);
   SecIntfId const portKey(port);
-  // An existing disabled entry is shared by all subinterfaces; a port with its own egress record
-  // needs none.
-  if (indexFapStatus_->esecLoopbackDisabledIndexInfoHas(portKey) ||
-      indexFapStatus_->esecIndexInfoHas(portKey)) {
+  if (!needsEsecDisabledIndex(intfId)) {
     return TableIndex::unused();
   }
   TableIndex const disabled = esecScTable.getNextFreeIndex();
@@ -39,6 +36,18 @@ TableIndex IndexFapSm::maybeAllocateEsecDisabledIndex(Portix::IntfId intfId) {
   indexFapStatus_->esecLoopbackDisabledIndexInfoIs(
       EsecIndexInfo(portKey, disabled, engine->engineInstance()));
   return own;
+}
+
+bool IndexFapSm::needsEsecDisabledIndex(Portix::IntfId intfId) const {
+  if (!indexHelper_->esecDisabledIndexPerPortRequired() ||
+      !Portix::SubIntfId::isSubIntfId(intfId)) {
+    return false;
+  }
+  // An existing disabled entry is shared by all subinterfaces; a port with its own egress record
+  // needs none.
+  SecIntfId const portKey(Portix::SubIntfId::parentIntfId(intfId));
+  return !indexFapStatus_->esecLoopbackDisabledIndexInfoHas(portKey) &&
+         !indexFapStatus_->esecIndexInfoHas(portKey);
 }
 
 void IndexFapSm::addIntfToEsecLoopbackDisabledIndexInfo(Portix::IntfId intfId) {

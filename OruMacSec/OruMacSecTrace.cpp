@@ -16,9 +16,10 @@ constexpr char const kEngineText[] = ", EngineInstance ";
 
 }  // namespace
 
-void traceHardwareFull(char const* tableId, LogicalFap::LogicalFapId logicalFapId,
-                       U16 engineInstance, char const* function, int line) {
+void traceHardwareFull(EngineTable table, LogicalFap::LogicalFapId logicalFapId, U16 engineInstance,
+                       char const* function, int line) {
   U16 const fap = logicalFapId.value();
+  std::string const tableId(tableHardwareId(table));
   if (Vok::RingTrace* const ring = Vok::defaultRingTrace()) {
     ring->write(std::string("%s") + kFullText + "%s" + kEngineText + "%s",
                 {tableId, Vok::valueToString(fap), Vok::valueToString(engineInstance)});
@@ -28,7 +29,7 @@ void traceHardwareFull(char const* tableId, LogicalFap::LogicalFapId logicalFapI
     return;
   }
   handle.write(0, kSourceFile, function, line, kTraceClass,
-               std::string(tableId) + kFullText + Vok::valueToString(fap) + kEngineText +
+               tableId + kFullText + Vok::valueToString(fap) + kEngineText +
                    Vok::valueToString(engineInstance));
 }
 

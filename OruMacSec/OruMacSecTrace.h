@@ -7,6 +7,7 @@
 // expression text and the module's source file.
 #pragma once
 
+#include "OruMacSec/types/EngineTable.h"
 #include "platform/LogicalFap/LogicalFapId.h"
 #include "platform/Vok/Assert.h"
 #include "platform/Vok/Trace.h"
@@ -26,9 +27,9 @@ inline Vok::TraceHandle& traceHandle() {
 
 // The hardware-full message, written to both trace channels: once to the platform's ring-buffer
 // trace when one is available, and at level 0 of the text trace when that level is on.
-// `tableId` is the failing table's upper-case identifier ("ESEC_SC_TABLE", ...).
-void traceHardwareFull(char const* tableId, LogicalFap::LogicalFapId logicalFapId,
-                       U16 engineInstance, char const* function, int line);
+// The table is named by its hardware identifier ("ESEC_SC_TABLE", ...).
+void traceHardwareFull(EngineTable table, LogicalFap::LogicalFapId logicalFapId, U16 engineInstance,
+                       char const* function, int line);
 
 }  // namespace OruMacSec
 

@@ -9,7 +9,7 @@ TableResources::TableResources(Vok::String name, U16 maxIndex)
 
 TableIndex TableResources::getNextFreeIndex() const {
   ORU_TRACE(8, "");
-  if (allocatedIndex_.size() >= maxIndex_) {
+  if (freeIndexCount() == 0) {
     ORU_TRACE(1, "There are no more free entries in table {}.", name_);
     return TableIndex::invalid();
   }

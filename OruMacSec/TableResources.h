@@ -54,6 +54,12 @@ class TableResources : public Nubis::Node {
   // two calls with no allocateIndex between them give the same answer.
   TableIndex getNextFreeIndex() const;
 
+  // How many entries the search can still hand out before the table counts as full: maxIndex
+  // less the entries recorded, or 0. getNextFreeIndex() is invalid() exactly when it is 0.
+  std::size_t freeIndexCount() const {
+    return allocatedIndex_.size() >= maxIndex_ ? 0 : maxIndex_ - allocatedIndex_.size();
+  }
+
   // Records `index` as in use and returns it; invalid() (table unchanged) if it already was.
   TableIndex allocateIndex(U16 index);
 

@@ -18,7 +18,7 @@ class BenchPolicy : public OruMacSec::IndexHelper {
   static constexpr U16 kTableSize = 65533;
 
   U16 intfIdToEngineInstance(Portix::IntfId id) const override {
-    return U16((getParentIntfId(id).value() >> 32) % 2);
+    return U16(id.portNumber() % 2);
   }
   U16 numEngineInstances() const override { return 2; }
   bool useStaticIndexAllocation() const override { return false; }
@@ -30,10 +30,10 @@ class BenchPolicy : public OruMacSec::IndexHelper {
 };
 
 inline Portix::IntfId port(std::uint32_t n) {
-  return Portix::IntfId::fromValue(std::uint64_t(n) << 32);
+  return Portix::IntfId::fromNumbers(n);
 }
 inline Portix::IntfId sub(std::uint32_t n, std::uint32_t m) {
-  return Portix::IntfId::fromValue((std::uint64_t(n) << 32) | m);
+  return Portix::IntfId::fromNumbers(n, m);
 }
 
 // FAP `fapId` owns `ports` ports from `firstPort` on, each with `subsPerPort` subinterfaces that

@@ -5,6 +5,8 @@
 // visited egress SC, ingress SC, ingress SP, sub-port; entries are recorded in the tables before
 // the records are published and freed before the records are removed; the egress record is
 // written and removed before the ingress record.
+#include <optional>
+
 #include "OruMacSec/OruMacSecLog.h"
 #include "OruMacSec/OruMacSecTrace.h"
 #include "bench/baseline/IndexFapSm.h"
@@ -40,21 +42,21 @@ void IndexFapSm::allocateIndexesForIntf(Portix::IntfId intfId) {
   TableIndex const isecSpIndex = engine->isecSpIndex()->getNextFreeIndex();
   TableIndex const msSubportNum = engine->msSubportNum()->getNextFreeIndex();
 
-  char const* fullTable = nullptr;
+  std::optional<OruMacSec::EngineTable> fullTable;
   if (esecScIndex == TableIndex::invalid()) {
-    fullTable = "ESEC_SC_TABLE";
+    fullTable = OruMacSec::EngineTable::kEsecSc;
   } else if (isecScIndex == TableIndex::invalid()) {
-    fullTable = "ISEC_SC_TABLE";
+    fullTable = OruMacSec::EngineTable::kIsecSc;
   } else if (isecSpIndex == TableIndex::invalid()) {
-    fullTable = "ISEC_SP_TABLE";
+    fullTable = OruMacSec::EngineTable::kIsecSp;
   } else if (msSubportNum == TableIndex::invalid()) {
-    fullTable = "SUB_PORT_POLICY_TABLE";
+    fullTable = OruMacSec::EngineTable::kMsSubport;
   }
-  if (fullTable != nullptr) {
+  if (fullTable) {
     // Raised at every failed attempt; the log handle's own limits decide what reaches the log.
     // The interface is tried again only when it is next reconciled.
     engine->hwResourcesFullIs(true);
-    traceHardwareFull(fullTable, logicalFapId_, engineInstance, __func__, __LINE__);
+    traceHardwareFull(*fullTable, logicalFapId_, engineInstance, __func__, __LINE__);
     Vok::logMessage(MACSEC_INTERFACE_HW_RESOURCE_FULL, intfId, logicalFapId_, engineInstance);
     return;
   }

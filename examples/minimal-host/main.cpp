@@ -22,7 +22,7 @@ class TwoEngineChip : public OruMacSec::IndexHelper {
 
   U16 numEngineInstances() const override { return 2; }
   U16 intfIdToEngineInstance(Portix::IntfId intfId) const override {
-    return U16((intfId.value() >> 32) % 2);
+    return U16(intfId.portNumber() % 2);
   }
   bool useStaticIndexAllocation() const override { return false; }
   U16 staticIndex(Portix::IntfId) const override {

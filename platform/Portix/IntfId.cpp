@@ -8,7 +8,6 @@ namespace Portix {
 namespace {
 
 constexpr std::string_view kPortPrefix = "Ethernet";
-constexpr int kIndexBits = 32;
 
 // Reads a decimal number from 1 to 2^32 - 1 without sign or leading zeros; consumes it.
 bool readNumber(std::string_view& text, std::uint64_t& number) {
@@ -27,7 +26,7 @@ bool readNumber(std::string_view& text, std::uint64_t& number) {
   return number <= 0xffffffffull;
 }
 
-std::uint64_t parse(std::string_view const name) {
+IntfId parse(std::string_view const name) {
   std::string_view rest = name;
   std::uint64_t port = 0;
   std::uint64_t sub = 0;
@@ -45,22 +44,21 @@ std::uint64_t parse(std::string_view const name) {
     throw std::invalid_argument("malformed interface name \"" + std::string(name) +
                                 "\" (expected Ethernet<N> or Ethernet<N>.<M>, N and M from 1)");
   }
-  return (port << kIndexBits) | sub;
+  return IntfId::fromNumbers(std::uint32_t(port), std::uint32_t(sub));
 }
 
 }  // namespace
 
-IntfId::IntfId(std::string_view name) : value_(parse(name)) {}
+IntfId::IntfId(std::string_view name) : value_(parse(name).value()) {}
 
 std::string valueToStrep(IntfId id) {
-  std::uint64_t const port = id.value() >> kIndexBits;
-  if (port == 0) {
+  if (id.portNumber() == 0) {
     return "IntfId(" + std::to_string(id.value()) + ")";
   }
-  std::string name = std::string(kPortPrefix) + std::to_string(port);
+  std::string name = std::string(kPortPrefix) + std::to_string(id.portNumber());
   if (SubIntfId::isSubIntfId(id)) {
     name += '.';
-    name += std::to_string(id.value() & 0xffffffffu);
+    name += std::to_string(id.subNumber());
   }
   return name;
 }

@@ -4,6 +4,8 @@
 // ("Ethernet<N>.<M>", M from 1). Components treat it as an opaque 64-bit value: equality, a total
 // order by the unsigned value, a hash and a text form. The order puts ports by N, each port just
 // before its own subinterfaces, which follow by M. A default-constructed IntfId names nothing.
+// Hosts and chip layers that number things by port read N and M with portNumber() and
+// subNumber(), and make an identifier from them with fromNumbers(); nothing else knows the layout.
 #pragma once
 
 #include <cstdint>
@@ -27,8 +29,17 @@ class IntfId {
 
   // The identifier with this 64-bit value (as stored by a platform database).
   static constexpr IntfId fromValue(std::uint64_t value) { return IntfId(value, 0); }
+  // Ethernet<port>, or Ethernet<port>.<sub> when `sub` is not 0. Names an interface when `port`
+  // is not 0.
+  static constexpr IntfId fromNumbers(std::uint32_t port, std::uint32_t sub = 0) {
+    return IntfId((std::uint64_t(port) << kSubBits) | sub, 0);
+  }
 
   constexpr std::uint64_t value() const { return value_; }
+  // N of Ethernet<N> and Ethernet<N>.<M>: the port's number, shared by its subinterfaces.
+  constexpr std::uint32_t portNumber() const { return std::uint32_t(value_ >> kSubBits); }
+  // M of Ethernet<N>.<M>; 0 for a port.
+  constexpr std::uint32_t subNumber() const { return std::uint32_t(value_ & kSubMask); }
 
   friend constexpr bool operator==(IntfId a, IntfId b) { return a.value_ == b.value_; }
   friend constexpr bool operator!=(IntfId a, IntfId b) { return a.value_ != b.value_; }
@@ -38,6 +49,9 @@ class IntfId {
   friend constexpr bool operator>=(IntfId a, IntfId b) { return a.value_ >= b.value_; }
 
  private:
+  static constexpr int kSubBits = 32;
+  static constexpr std::uint64_t kSubMask = 0xffffffffu;
+
   constexpr IntfId(std::uint64_t value, int /*tag*/) : value_(value) {}
   std::uint64_t value_ = 0;
 };
@@ -50,12 +64,12 @@ namespace SubIntfId {
 
 // Whether `id` names a subinterface.
 constexpr bool isSubIntfId(IntfId id) {
-  return (id.value() & 0xffffffffu) != 0;
+  return id.subNumber() != 0;
 }
 
 // The port of a subinterface; meaningful only when isSubIntfId(id).
 constexpr IntfId parentIntfId(IntfId id) {
-  return IntfId::fromValue(id.value() & ~0xffffffffull);
+  return IntfId::fromNumbers(id.portNumber());
 }
 
 }  // namespace SubIntfId

@@ -109,7 +109,7 @@ TEST(TraceHandle, IsNamedForTheModuleAndWritesHardwareFullToTheRingWhateverTheLe
   Vok::RingTrace* const previousRing = Vok::defaultRingTrace();
   Vok::defaultRingTraceIs(&ring);
   Capture quiet;  // the sinks are in place, every level off
-  OruMacSec::traceHardwareFull("ESEC_SC_TABLE", testsupport::fap(3), 2, "fn", 1);
+  OruMacSec::traceHardwareFull(OruMacSec::EngineTable::kEsecSc, testsupport::fap(3), 2, "fn", 1);
   Vok::defaultRingTraceIs(previousRing);
   EXPECT_TRUE(quiet.traces.empty());
   EXPECT_EQ(ring.messages(), std::vector<std::string>{"ESEC_SC_TABLE hardware resources are full "

@@ -270,6 +270,10 @@ TEST(IntfId, RoundTripsOrdersPortsBeforeTheirSubinterfacesAndRefusesMalformedNam
     EXPECT_LT(std::exchange(previous, id), id) << name;
   }
   EXPECT_EQ(Portix::SubIntfId::parentIntfId(IntfId("Ethernet2.10")), IntfId("Ethernet2"));
+  IntfId const last("Ethernet4294967295.4294967295");
+  EXPECT_EQ(IntfId::fromNumbers(last.portNumber(), last.subNumber()), last);
+  EXPECT_EQ(IntfId("Ethernet7").subNumber(), 0u);
+  EXPECT_EQ(IntfId::fromNumbers(7, 3), IntfId("Ethernet7.3"));
   for (std::string bad :
        {"", "Ethernet", "Ethernet0", "Ethernet01", "Ethernet1.", "Ethernet1.0", "Ethernet1.2.3",
         "Ethernet4294967296", "ethernet1", "Ethernet-1", "Ethernet1 "}) {

@@ -62,13 +62,12 @@ class TestPolicy : public OruMacSec::IndexHelper {
     if (config_.onEngineAsked) {
       config_.onEngineAsked(id);
     }
-    return lookup(config_.engineOf, id, U16((getParentIntfId(id).value() >> 32) % config_.engines));
+    return lookup(config_.engineOf, id, U16(id.portNumber() % config_.engines));
   }
   U16 numEngineInstances() const override { return config_.engines; }
   bool useStaticIndexAllocation() const override { return config_.staticAllocation; }
   U16 staticIndex(Portix::IntfId id) const override {
-    return lookup(config_.staticIndexOf, id,
-                  U16((id.value() >> 32) + (id.value() & 0xffffffffu) * 100));
+    return lookup(config_.staticIndexOf, id, U16(id.portNumber() + id.subNumber() * 100));
   }
   bool esecDisabledIndexPerPortRequired() const override { return config_.perPortDisabled; }
 

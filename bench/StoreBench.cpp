@@ -8,8 +8,9 @@
 #include <memory>
 #include <sstream>
 
-#include "sim/Output.h"
-#include "sim/Store.h"
+#include <fmt/format.h>
+
+#include "sim/session/Session.h"
 
 namespace {
 
@@ -25,39 +26,37 @@ struct TempDatabase {
   std::string const path = "/tmp/macsec-index-bench-" + std::to_string(::getpid()) + ".db";
 };
 
-// A quiet switch whose state is in a database holding one FAP with `count` MACsec subinterfaces
+// A quiet session whose state is in a database holding one FAP with `count` MACsec subinterfaces
 // (64 per port) and one more port without MACsec.
 struct StoredSwitch {
   explicit StoredSwitch(std::int64_t count) : ports(count / 64) {
-    store->follow(*host);
-    host->agentStart();
-    run("chip 1 isec-disabled=65533");
-    run(fmt::format("fap add 1 Ethernet1-{}.1-64 Ethernet{}", ports, ports + 1));
-    run(fmt::format("macsec on Ethernet1-{}.1-64", ports));
-    store->commit();
+    open();
+    session->runLine("chip 1 isec-disabled=65533", false);
+    session->runLine(fmt::format("fap add 1 Ethernet1-{}.1-64 Ethernet{}", ports, ports + 1),
+                     false);
+    session->runLine(fmt::format("macsec on Ethernet1-{}.1-64", ports), false);
   }
-  void run(std::string const& line) const { host->run(*sim::parseLine(line)); }
+  // A simulator's start: open, load, a new agent, the first commit.
+  void open() {
+    sim::SessionOptions options;
+    options.statePath = database.path;
+    session = std::make_unique<sim::Session>(options, quiet, quiet);
+  }
 
   std::int64_t const ports;
   std::ostringstream quiet;
-  sim::Transcript logs{quiet};
-  sim::TranscriptSinks sinks{logs};
   TempDatabase database;
-  std::unique_ptr<sim::SimHost> host = std::make_unique<sim::SimHost>(quiet);
-  std::unique_ptr<sim::Store> store =
-      std::make_unique<sim::Store>(database.path, sim::Store::Access::kWrite);
+  std::unique_ptr<sim::Session> session;
 };
 
 void storeCommand(benchmark::State& state) {
   StoredSwitch world(state.range(0));
   std::string const port = fmt::format("Ethernet{}", world.ports + 1);
-  auto const on = *sim::parseLine("macsec on " + port);
-  auto const off = *sim::parseLine("macsec off " + port);
+  std::string const on = "macsec on " + port;
+  std::string const off = "macsec off " + port;
   for (auto _ : state) {
-    world.host->run(on);
-    world.store->commit();
-    world.host->run(off);
-    world.store->commit();
+    world.session->runLine(on, false);
+    world.session->runLine(off, false);
   }
   state.SetItemsProcessed(state.iterations() * 2);
 }
@@ -66,15 +65,10 @@ void startFromStore(benchmark::State& state) {
   StoredSwitch world(state.range(0));
   for (auto _ : state) {
     state.PauseTiming();  // tearing the last switch down is not part of a start
-    world.store.reset();
-    world.host.reset();
+    world.session.reset();
+    world.quiet.str("");
     state.ResumeTiming();
-    world.host = std::make_unique<sim::SimHost>(world.quiet);
-    world.store = std::make_unique<sim::Store>(world.database.path, sim::Store::Access::kWrite);
-    world.store->load(*world.host);
-    world.store->follow(*world.host);
-    world.host->agentStart();
-    world.store->commit();
+    world.open();
   }
 }
 

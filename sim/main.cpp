@@ -15,15 +15,11 @@
 #include <string_view>
 #include <vector>
 
-#include "sim/Completion.h"
-#include "sim/Input.h"
-#include "sim/Output.h"
-#include "sim/Scenario.h"
-#include "sim/SimHost.h"
-#include "sim/StateCheck.h"
-#include "sim/StateJson.h"
-#include "sim/Store.h"
-#include "sim/Views.h"
+#include "sim/session/Commands.h"
+#include "sim/session/Completion.h"
+#include "sim/session/Session.h"
+#include "sim/store/StateJson.h"
+#include "sim/terminal/Terminal.h"
 
 namespace {
 
@@ -69,118 +65,16 @@ at its end) or a file or the state database could not be read or written; 2 for 
 )";
 
 struct Options {
-  std::string statePath;
-  bool readOnly = false;
+  sim::SessionOptions session;
   bool json = false;
-  sim::Store::Sync sync = sim::Store::Sync::kNormal;
-  std::string importPath;
   std::string exportPath;
   std::vector<std::string> files;
 };
 
-// The simulated switch, and the store that keeps its state (if any).
-struct Session {
-  sim::SimHost& host;
-  sim::Store* store;
-  bool readOnly;
-
-  void run(sim::Command const& command) {
-    if (readOnly && sim::SimHost::changesState(command)) {
-      throw sim::ScenarioError(
-          "the state is open read-only (--read-only): commands that change it are refused");
-    }
-    host.run(command);
-    commit();
-  }
-  // Writes what the last command changed; its transcript follows once it is stored.
-  void commit() const {
-    if (store != nullptr) {
-      store->commit();
-    }
-    std::cout.flush();
-  }
-};
-
-// `text` with every byte that is not printable ASCII written as \xNN, so that an error shows the
-// offending input as it was, whatever it holds.
-std::string printable(std::string_view text) {
-  std::string out;
-  out.reserve(text.size());
-  for (char const c : text) {
-    auto const byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte >= 0x7f) {
-      out += fmt::format("\\x{:02x}", byte);
-    } else {
-      out += c;
-    }
-  }
-  return out;
-}
-
 // Writes one error line to standard error, after the transcript so far.
 void printError(std::string_view what) {
   std::cout.flush();
-  std::cerr << "error: " << printable(what) << '\n';
-}
-
-void printWarnings(std::string const& source, std::vector<sim::StateWarning> const& warnings) {
-  std::cout.flush();
-  for (auto const& w : warnings) {
-    std::cerr << "warning: "
-              << printable(fmt::format("{}: table {}, row {}: {}", source, w.table, w.row, w.text))
-              << '\n';
-  }
-}
-
-// How commands are read. A script stops at its first error; an interactive session goes on. At a
-// terminal the person's own typing shows the command, so it is not echoed.
-struct InputMode {
-  bool interactive;
-  bool echo;
-};
-
-// Runs one line: a command or a comment. Throws what the command throws.
-void runLine(sim::InputLine const& line, InputMode mode, Session& session) {
-  if (line.tooLong()) {
-    throw sim::ScenarioError(fmt::format("line of {} bytes is longer than the limit of {}",
-                                         line.length, sim::kMaxLineBytes));
-  }
-  std::string const& text = line.text;
-  auto const first = text.find_first_not_of(" \t");
-  auto const command = sim::parseLine(text);
-  if (!command) {
-    // A comment of the scenario's author stays in the transcript.
-    if (mode.echo && first != std::string::npos && text[first] == '#') {
-      session.host.transcript().comment(text.substr(first));
-    }
-    return;
-  }
-  if (mode.echo) {
-    session.host.transcript().command(text.substr(first));
-  }
-  session.run(*command);
-}
-
-// Runs the commands of one input; `name` names it in errors. Returns whether every command
-// applied.
-bool runInput(sim::LineSource& lines, std::string const& name, InputMode mode, Session& session) {
-  bool ok = true;
-  int number = 0;
-  while (auto const line = lines.next()) {
-    ++number;
-    try {
-      runLine(*line, mode, session);
-    } catch (sim::StoreError const&) {
-      throw;  // the store cannot keep up with the switch: nothing sensible can follow
-    } catch (std::exception const& error) {
-      printError(fmt::format("{}:{}: {}", name, number, error.what()));
-      ok = false;
-      if (!mode.interactive) {
-        return false;
-      }
-    }
-  }
-  return ok;
+  std::cerr << "error: " << sim::printable(what) << '\n';
 }
 
 // Opens a scenario file. Only regular files are read: a directory, FIFO, socket or device is
@@ -214,9 +108,10 @@ std::ifstream openScenario(std::string const& file) {
 // Reads the options; returns the exit status of a usage error or of --help, or -1 to go on.
 int parseOptions(int argc, char** argv, Options& options) {
   auto const usageError = [](std::string const& what) {
-    std::cerr << "macsec-index-sim: " << printable(what) << " (see --help)\n";
+    std::cerr << "macsec-index-sim: " << sim::printable(what) << " (see --help)\n";
     return 2;
   };
+  sim::SessionOptions& session = options.session;
   for (int i = 1; i < argc; ++i) {
     std::string const argument = argv[i];
     if (argument == "--help" || argument == "-h") {
@@ -228,15 +123,15 @@ int parseOptions(int argc, char** argv, Options& options) {
       return 0;
     }
     if (argument == "--json") {
-      options.json = true;
+      session.format = sim::Transcript::Format::kJson;
       continue;
     }
     if (argument == "--read-only") {
-      options.readOnly = true;
+      session.readOnly = true;
       continue;
     }
-    std::string* const value = argument == "--state"    ? &options.statePath
-                               : argument == "--import" ? &options.importPath
+    std::string* const value = argument == "--state"    ? &session.statePath
+                               : argument == "--import" ? &session.importPath
                                : argument == "--export" ? &options.exportPath
                                                         : nullptr;
     if (value != nullptr || argument == "--synchronous") {
@@ -247,7 +142,7 @@ int parseOptions(int argc, char** argv, Options& options) {
       if (value != nullptr) {
         *value = given;
       } else if (given == "normal" || given == "full") {
-        options.sync = given == "full" ? sim::Store::Sync::kFull : sim::Store::Sync::kNormal;
+        session.sync = given == "full" ? sim::Store::Sync::kFull : sim::Store::Sync::kNormal;
       } else {
         return usageError("--synchronous takes normal or full, not " + given);
       }
@@ -258,84 +153,51 @@ int parseOptions(int argc, char** argv, Options& options) {
     }
     options.files.push_back(argument);
   }
-  if (options.readOnly && (options.statePath.empty() || !options.importPath.empty())) {
+  if (session.readOnly && (session.statePath.empty() || !session.importPath.empty())) {
     return usageError("--read-only reads a --state database and cannot --import into it");
   }
+  // With --import or --export and no scenario file the simulator only moves state.
+  session.startAgent =
+      !options.files.empty() || (session.importPath.empty() && options.exportPath.empty());
   return -1;
 }
 
 // Runs the commands of standard input: typed at the terminal when standard input and output are
 // one, else read as they come. Returns whether every command applied.
-bool runStandardInput(sim::SimHost const& host, Session& session) {
+bool runStandardInput(sim::Session& session) {
   bool const interactive = isatty(STDIN_FILENO) != 0;
   if (interactive && isatty(STDOUT_FILENO) != 0) {
     sim::Terminal terminal("macsec-index-sim> ",
-                           [&host](std::string_view lineBeforeCursor, std::string_view word) {
-                             return sim::completions(host, lineBeforeCursor, word);
+                           [&session](std::string_view lineBeforeCursor, std::string_view word) {
+                             return sim::completions(session.host(), lineBeforeCursor, word);
                            });
-    return runInput(terminal, "<stdin>", {true, false}, session);
+    return session.runLines(terminal, "<stdin>", {true, false});
   }
   sim::StreamLines lines(std::cin);
-  return runInput(lines, "<stdin>", {interactive, true}, session);
+  return session.runLines(lines, "<stdin>", {interactive, true});
 }
 
-// Opens the store, loads it, imports and starts the agent as the options ask, runs the commands
-// and exports. Errors of the state (store, files) and unreadable scenario files escape as
-// exceptions.
+// Opens the session, runs the commands and exports. Errors of the state (store, files) and
+// unreadable scenario files escape as exceptions.
 int runSession(Options const& options) {
   // Every scenario file is tried before anything runs, so that a misspelt name changes nothing.
   for (std::string const& file : options.files) {
     openScenario(file);
   }
-  sim::SimHost host(std::cout,
-                    options.json ? sim::Transcript::Format::kJson : sim::Transcript::Format::kText);
-  sim::TranscriptSinks sinks(host.transcript());
-  std::unique_ptr<sim::Store> store;
-  bool const commands =
-      options.files.size() > 0 || (options.importPath.empty() && options.exportPath.empty());
-  if (!options.statePath.empty()) {
-    store = std::make_unique<sim::Store>(
-        options.statePath,
-        options.readOnly ? sim::Store::Access::kReadOnly : sim::Store::Access::kWrite,
-        options.sync);
-    bool const holdsState = !store->empty();
-    if (holdsState && !options.importPath.empty()) {
-      throw sim::StoreError("state database " + options.statePath +
-                            ": holds state already; --import loads into an empty store");
-    }
-    if (holdsState) {
-      if (commands) {
-        host.transcript().comment("# state loaded from " + options.statePath);
-      }
-      printWarnings("state database " + options.statePath, store->load(host));
-    }
-    if (!options.readOnly) {
-      store->follow(host);
-    }
-  }
-  if (!options.importPath.empty()) {
-    sim::importState(host, options.importPath);
-    printWarnings(options.importPath, sim::checkPublished(host));
-  }
-  Session session{host, store.get(), options.readOnly};
-  if (commands && !options.readOnly) {
-    host.agentStart();
-  }
-  session.commit();
-
+  sim::Session session(options.session, std::cout, std::cerr);
   bool ok = true;
-  if (commands && options.files.empty()) {
-    ok = runStandardInput(host, session);
+  if (options.session.startAgent && options.files.empty()) {
+    ok = runStandardInput(session);
   }
   for (std::string const& file : options.files) {
     std::ifstream in = openScenario(file);
     sim::StreamLines lines(in);
-    if (!runInput(lines, file, {false, true}, session)) {
+    if (!session.runLines(lines, file, {false, true})) {
       return 1;
     }
   }
   if (!options.exportPath.empty()) {
-    sim::exportState(host, options.exportPath);
+    sim::exportState(session.host(), options.exportPath);
   }
   return ok ? 0 : 1;
 }

@@ -1,42 +1,33 @@
-// Feeds arbitrary bytes to the simulator as a scenario: each line the reader accepts is carried out
-// on a simulated switch, and after each one the index manager's invariants must hold. Any
+// Feeds arbitrary bytes to the simulator as a scenario: each line the session accepts is carried
+// out on a simulated switch, and after each one the index manager's invariants must hold. Any
 // violation, crash, sanitizer report or exception other than a refused command is a finding.
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
 #include <string>
 
-#include "sim/Output.h"
-#include "sim/Scenario.h"
-#include "sim/SimHost.h"
+#include "sim/language/Words.h"
+#include "sim/session/Commands.h"
+#include "sim/session/Session.h"
 #include "support/Invariants.h"
 
 namespace {
 
-// Commands that would only make a run slow or large without reaching new behaviour.
-bool worthRunning(sim::Command const& command) {
-  if (auto const* chip = std::get_if<sim::ChipCommand>(&command)) {
-    return chip->settings.engines <= 8;
+// Lines that would only make a run slow or large without reaching new behaviour: many engines, or
+// long interface lists. Malformed lines are worth running: the session must refuse them.
+bool worthRunning(std::string const& line) {
+  auto const lineWords = sim::words(line);
+  sim::Command const* const command = lineWords.empty() ? nullptr : sim::findCommand(lineWords[0]);
+  if (command == nullptr) {
+    return true;
   }
-  auto const small = [](std::vector<Portix::IntfId> const& interfaces) {
-    return interfaces.size() <= 64;
-  };
-  if (auto const* fap = std::get_if<sim::FapAddCommand>(&command)) {
-    return small(fap->interfaces);
+  try {
+    sim::Arguments const arguments = sim::readArguments(command->syntax, lineWords);
+    return !(arguments.has("engines") && arguments.number("engines", 0, 65535) > 8) &&
+           arguments.interfaces().size() <= 64;
+  } catch (sim::ScenarioError const&) {
+    return true;
   }
-  if (auto const* intf = std::get_if<sim::IntfCommand>(&command)) {
-    return small(intf->interfaces);
-  }
-  if (auto const* macsec = std::get_if<sim::MacsecCommand>(&command)) {
-    return small(macsec->interfaces);
-  }
-  if (auto const* retry = std::get_if<sim::RetryCommand>(&command)) {
-    return small(retry->interfaces);
-  }
-  if (auto const* show = std::get_if<sim::ShowCommand>(&command)) {
-    return small(show->interfaces);
-  }
-  return true;
 }
 
 }  // namespace
@@ -44,25 +35,22 @@ bool worthRunning(sim::Command const& command) {
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   Vok::traceLevelsIs(OruMacSec::kTraceHandleName, 0);
   std::ostringstream transcript;
-  sim::SimHost host(transcript);
-  sim::TranscriptSinks sinks(host.transcript());
-  host.agentStart();
+  sim::Session session({}, transcript, transcript);
   std::istringstream in(std::string(reinterpret_cast<char const*>(data), size));
   std::string line;
   while (std::getline(in, line)) {
+    if (!worthRunning(line)) {
+      continue;
+    }
     try {
-      auto const command = sim::parseLine(line);
-      if (!command || !worthRunning(*command)) {
-        continue;
-      }
-      host.run(*command);
-    } catch (sim::ScenarioError const&) {
+      session.runLine(line, false);
+    } catch (std::runtime_error const&) {
+      continue;  // a refused line (ScenarioError, RefusedError)
+    }
+    if (session.host().agent() == nullptr) {
       continue;
     }
-    if (!host.agentRunning()) {
-      continue;
-    }
-    auto const problems = testsupport::checkAgent(*host.agent());
+    auto const problems = testsupport::checkAgent(*session.host().agent());
     if (!problems.empty()) {
       std::fprintf(stderr, "invariant broken after \"%s\":\n", line.c_str());
       for (auto const& problem : problems) {

@@ -1,0 +1,146 @@
+#include "sim/session/Session.h"
+
+#include <fmt/format.h>
+
+#include "sim/language/Words.h"
+#include "sim/session/Commands.h"
+#include "sim/store/StateJson.h"
+
+namespace sim {
+
+namespace {
+
+void printWarnings(std::ostream& err, std::string const& source,
+                   std::vector<StateWarning> const& warnings) {
+  for (auto const& w : warnings) {
+    err << "warning: "
+        << printable(fmt::format("{}: table {}, row {}: {}", source, w.table, w.row, w.text))
+        << '\n';
+  }
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (char const c : text) {
+    auto const byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte >= 0x7f) {
+      out += fmt::format("\\x{:02x}", byte);
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
+
+Session::Session(SessionOptions const& options, std::ostream& out, std::ostream& err)
+    : err_(err),
+      transcript_(out, options.format),
+      sinks_(std::make_unique<TranscriptSinks>(transcript_)),
+      readOnly_(options.readOnly) {
+  if (!options.statePath.empty()) {
+    store_ = std::make_unique<Store>(options.statePath,
+                                     readOnly_ ? Store::Access::kReadOnly : Store::Access::kWrite,
+                                     options.sync);
+    bool const holdsState = !store_->empty();
+    if (holdsState && !options.importPath.empty()) {
+      throw StoreError("state database " + options.statePath +
+                       ": holds state already; --import loads into an empty store");
+    }
+    if (holdsState) {
+      if (options.startAgent) {
+        transcript_.comment("# state loaded from " + options.statePath);
+      }
+      auto const warnings = store_->load(host_);
+      out.flush();
+      printWarnings(err_, "state database " + options.statePath, warnings);
+    }
+  }
+  if (store_ && !readOnly_) {
+    store_->follow(host_);  // from what it holds: an import is then written as a change
+  }
+  if (!options.importPath.empty()) {
+    importState(host_, options.importPath);
+    out.flush();
+    printWarnings(err_, options.importPath, checkPublished(host_));
+  }
+  if (options.startAgent && !readOnly_) {
+    host_.agentStart();
+  }
+  finish();
+}
+
+Session::~Session() = default;
+
+void Session::finish() {
+  transcript_.commandEnd();
+  for (ThresholdEvent const& event : monitor_.check(host_.agent(), commands_)) {
+    transcript_.view(eventView(event));
+  }
+  if (store_ && !readOnly_) {
+    store_->commit();
+  }
+  transcript_.stream().flush();
+}
+
+void Session::runLine(std::string_view line, bool echo) {
+  auto const first = line.find_first_not_of(" \t");
+  auto const lineWords = words(line);
+  if (lineWords.empty()) {
+    // A comment of the scenario's author stays in the transcript.
+    if (echo && first != std::string_view::npos && line[first] == '#') {
+      transcript_.comment(line.substr(first));
+    }
+    return;
+  }
+  if (echo) {
+    transcript_.command(line.substr(first));
+  }
+  try {
+    Command const* const command = findCommand(lineWords[0]);
+    if (command == nullptr) {
+      throw ScenarioError(
+          fmt::format("unknown command \"{}\" (\"help\" lists the commands)", lineWords[0]));
+    }
+    Arguments const arguments = readArguments(command->syntax, lineWords);
+    if (readOnly_ && command->changesState) {
+      throw ScenarioError(
+          "the state is open read-only (--read-only): commands that change it are refused");
+    }
+    ++commands_;  // refused commands count; lines that are not commands do not
+    command->run(*this, arguments);
+  } catch (...) {
+    transcript_.commandEnd();
+    throw;
+  }
+  finish();
+}
+
+bool Session::runLines(LineSource& lines, std::string const& name, InputMode mode) {
+  bool ok = true;
+  int number = 0;
+  while (auto const line = lines.next()) {
+    ++number;
+    try {
+      if (line->tooLong()) {
+        throw ScenarioError(fmt::format("line of {} bytes is longer than the limit of {}",
+                                        line->length, kMaxLineBytes));
+      }
+      runLine(line->text, mode.echo);
+    } catch (StoreError const&) {
+      throw;  // the store cannot keep up with the switch: nothing sensible can follow
+    } catch (std::exception const& error) {
+      transcript_.stream().flush();
+      err_ << "error: " << printable(fmt::format("{}:{}: {}", name, number, error.what())) << '\n';
+      ok = false;
+      if (!mode.interactive) {
+        return false;
+      }
+    }
+  }
+  return ok;
+}
+
+}  // namespace sim

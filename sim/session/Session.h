@@ -1,0 +1,86 @@
+// A run of the simulator: the switch, the store that keeps its state, the transcript, and the
+// commands read from scenario files, a pipe or a terminal.
+//
+// The session owns the switch and (with a state database) the store. Opening it loads the store or
+// imports a JSON state, then starts the agent: that start-up is a step of its own in the
+// transcript, with its log summary and threshold events, before the first command. Each command
+// line is read against the command table, refused when the session is read-only and the command
+// changes state, run, and then its transcript is ended (log summary, threshold events) and what it
+// changed is committed to the store before the next line is read.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include "sim/model/Switch.h"
+#include "sim/session/LineSource.h"
+#include "sim/session/Transcript.h"
+#include "sim/store/Store.h"
+#include "sim/views/Utilization.h"
+#include "sim/views/Views.h"
+
+namespace sim {
+
+struct SessionOptions {
+  std::string statePath;  // empty: no store, the state lives in memory
+  bool readOnly = false;  // open the store only to read it; the agent does not start
+  Store::Sync sync = Store::Sync::kNormal;
+  std::string importPath;  // a JSON state to load into the empty store (or memory) first
+  bool startAgent = true;  // start the agent (unless read-only)
+  Transcript::Format format = Transcript::Format::kText;
+};
+
+// How a source's lines are run. A script stops at its first error; an interactive session goes
+// on. At a terminal the person's own typing shows the command, so it is not echoed.
+struct InputMode {
+  bool interactive;
+  bool echo;
+};
+
+class Session {
+ public:
+  // Opens the session: the store, the state it holds or the import, the agent. The transcript
+  // goes to `out`; warnings about loaded state and command errors to `err`. Throws StoreError or
+  // StateFileError when the state cannot be opened, read or written.
+  Session(SessionOptions const& options, std::ostream& out, std::ostream& err);
+  ~Session();
+  Session(Session const&) = delete;
+  Session& operator=(Session const&) = delete;
+
+  Switch& host() { return host_; }
+  Switch const& host() const { return host_; }
+  Transcript& transcript() { return transcript_; }
+  ResourceMonitor& monitor() { return monitor_; }
+  Snapshot snapshot() const { return {host_, monitor_}; }
+
+  // Runs one line: a command, or a comment (kept in the transcript when `echo`). Throws what the
+  // command throws (ScenarioError, RefusedError), having changed nothing, or StoreError when the
+  // store cannot keep what the command changed.
+  void runLine(std::string_view line, bool echo);
+
+  // Runs every line of `lines`; `name` names the source in errors ("error: <name>:<line>: ...").
+  // Returns whether every line ran. Throws StoreError, ending the run, when the store fails.
+  bool runLines(LineSource& lines, std::string const& name, InputMode mode);
+
+ private:
+  // Ends a command (or the start-up): the log summary, the monitor's events, the commit.
+  void finish();
+
+  std::ostream& err_;
+  Switch host_;
+  Transcript transcript_;
+  std::unique_ptr<TranscriptSinks> sinks_;
+  ResourceMonitor monitor_;
+  std::unique_ptr<Store> store_;
+  bool const readOnly_;
+  std::size_t commands_ = 0;
+};
+
+// `text` with every byte that is not printable ASCII written as \xNN, so that an error shows the
+// offending input as it was, whatever it holds.
+std::string printable(std::string_view text);
+
+}  // namespace sim

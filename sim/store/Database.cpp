@@ -1,0 +1,112 @@
+#include "sim/store/Database.h"
+
+#include <sqlite3.h>
+
+namespace sim {
+
+namespace {
+
+[[noreturn]] void fail(sqlite3* db, int code) {
+  throw DatabaseError(db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(code), code & 0xff);
+}
+
+void check(sqlite3* db, int code) {
+  if (code != SQLITE_OK) {
+    fail(db, code);
+  }
+}
+
+}  // namespace
+
+void Statement::Finalize::operator()(sqlite3_stmt* statement) const {
+  sqlite3_finalize(statement);
+}
+
+Statement::Statement(sqlite3* db, std::string_view sql) : db_(db) {
+  sqlite3_stmt* statement = nullptr;
+  check(db, sqlite3_prepare_v3(db, sql.data(), int(sql.size()), SQLITE_PREPARE_PERSISTENT,
+                               &statement, nullptr));
+  statement_.reset(statement);
+}
+
+Statement& Statement::bind(int parameter, std::int64_t value) {
+  check(db_, sqlite3_bind_int64(statement_.get(), parameter, value));
+  return *this;
+}
+
+Statement& Statement::bind(int parameter, std::string_view text) {
+  check(db_, sqlite3_bind_text(statement_.get(), parameter, text.data(), int(text.size()),
+                               SQLITE_TRANSIENT));
+  return *this;
+}
+
+bool Statement::step() {
+  int const code = sqlite3_step(statement_.get());
+  if (code == SQLITE_ROW) {
+    return true;
+  }
+  // Reset in both cases, so that a failed statement does not hold its read or write lock.
+  sqlite3_reset(statement_.get());
+  if (code != SQLITE_DONE) {
+    fail(db_, code);
+  }
+  return false;
+}
+
+void Statement::run() {
+  while (step()) {
+  }
+}
+
+int Statement::type(int column) const {
+  return sqlite3_column_type(statement_.get(), column);
+}
+
+std::int64_t Statement::integer(int column) const {
+  return sqlite3_column_int64(statement_.get(), column);
+}
+
+std::string Statement::text(int column) const {
+  if (type(column) == SQLITE_NULL) {
+    return "NULL";
+  }
+  auto const* const bytes = sqlite3_column_text(statement_.get(), column);
+  return std::string(reinterpret_cast<char const*>(bytes),
+                     std::size_t(sqlite3_column_bytes(statement_.get(), column)));
+}
+
+void Database::Close::operator()(sqlite3* db) const {
+  sqlite3_close_v2(db);
+}
+
+Database::Database(std::string const& path, int flags) {
+  sqlite3* db = nullptr;
+  int const code = sqlite3_open_v2(path.c_str(), &db, flags, nullptr);
+  db_.reset(db);
+  check(db, code);
+  sqlite3_extended_result_codes(db, 0);
+}
+
+void Database::exec(char const* sql) {
+  check(db_.get(), sqlite3_exec(db_.get(), sql, nullptr, nullptr, nullptr));
+}
+
+Statement& Database::cached(std::string_view sql) {
+  auto found = cached_.find(sql);
+  if (found == cached_.end()) {
+    found = cached_.emplace(std::string(sql), prepare(sql)).first;
+  }
+  return found->second;
+}
+
+std::int64_t Database::value(std::string_view sql) const {
+  Statement statement = prepare(sql);
+  if (!statement.step()) {
+    return 0;
+  }
+  std::int64_t const result = statement.integer(0);
+  statement.run();
+  return result;
+}
+
+}  // namespace sim

@@ -1,0 +1,106 @@
+// The simulator's shared state kept in an SQLite database, written as it changes.
+//
+// The store plays the part of the switch's state database: it holds the chip policies, the
+// logical FAPs with their interface sets, the MACsec status and the published index status, one
+// table each (see kSchema in Store.cpp and the README). A writer follows the host's shared
+// entities through their change notifications, as any other reader of the shared state would,
+// keeps the keys that changed and writes only those rows, one transaction per commit(): after a
+// crash the database holds the state as of some commit, never part of one.
+//
+// The database is in WAL mode, so other processes (the sqlite3 shell, a read-only simulator)
+// read a consistent snapshot while the writer works. One writer at a time: a writer holds an
+// exclusive advisory lock (flock) on the database file for as long as the Store lives.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "sim/model/StateCheck.h"
+#include "sim/model/Switch.h"
+#include "sim/store/Database.h"
+
+namespace sim {
+
+// A database that cannot be opened, read or written; the message names the file, and for a row
+// that cannot be loaded its table and key.
+class StoreError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+class Store {
+ public:
+  enum class Access { kWrite, kReadOnly };
+  // What a commit waits for (SQLite's `synchronous`): kNormal survives a crash of the process;
+  // kFull also survives a power loss, at the cost of a flush to disk per commit.
+  enum class Sync { kNormal, kFull };
+
+  static constexpr int kSchemaVersion = 2;
+
+  // Opens the database at `path`; a writer creates it (and its schema) when missing. Throws
+  // StoreError when the file is not a database of this simulator, has another schema version,
+  // or (for a writer) another writer has it open.
+  Store(std::string path, Access access, Sync sync = Sync::kNormal);
+  ~Store();
+  Store(Store const&) = delete;
+  Store& operator=(Store const&) = delete;
+
+  std::string const& path() const { return path_; }
+
+  // Whether the database holds no state at all.
+  bool empty() const;
+
+  // Reads the whole state, from one snapshot, into `host`, which must be empty with its agent
+  // stopped, through the switch's own checks. A row the switch refuses or cannot represent is
+  // refused: StoreError naming the table, the row and the reason; the database is not changed and
+  // `host` is left with part of the state (discard it). Returns what checkPublished finds in the
+  // loaded state.
+  std::vector<StateWarning> load(Switch& host);
+
+  // Follows `host` (a writer only): from now on commit() writes whatever changed in it. `host`
+  // must outlive the Store or be destroyed after it; the rows already stored must be its state.
+  void follow(Switch const& host);
+
+  // Writes every row that changed since the last commit (or since follow) in one transaction.
+  // Nothing is written when nothing changed. Throws StoreError when the write fails.
+  void commit();
+
+ private:
+  class Watch;
+  struct Changes;
+
+  [[noreturn]] void fail(std::string const& what) const;
+  void openSchema();
+  void writeChanges();
+  void writeFap(U16 fapId);
+  void writeMember(U16 fapId, Portix::IntfId id, bool present);
+  void writeStatus(U16 fapId);
+  void writeRecord(OruMacSec::IndexFapStatus const* status, U16 fapId, Nubis::AttrId table,
+                   Portix::IntfId id);
+  void refollowFap(U16 fapId);
+  void refollowStatus(U16 fapId);
+
+  // A descriptor of the database file that holds the writer's lock; closed after the connection.
+  struct LockFile {
+    int fd = -1;
+    ~LockFile();
+  };
+
+  std::string const path_;
+  Access const access_;
+  LockFile lock_;
+  std::unique_ptr<Database> db_;
+  bool hasSchema_ = false;
+
+  Switch const* host_ = nullptr;
+  std::unique_ptr<Changes> changes_;
+  std::map<U16, ChipSettings> storedChips_;
+  std::vector<Nubis::Ptr<Watch>> rootWatches_;
+  std::map<U16, Nubis::Ptr<Watch>> fapWatches_;
+  std::map<U16, Nubis::Ptr<Watch>> statusWatches_;
+};
+
+}  // namespace sim

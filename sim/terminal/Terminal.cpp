@@ -1,0 +1,109 @@
+#include "sim/terminal/Terminal.h"
+
+// clang-format off
+#include <cstdio>  // libedit's header needs FILE declared first
+#include <editline/readline.h>
+// clang-format on
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace sim {
+
+namespace {
+
+// The Terminal that libedit's completion callback serves.
+Terminal const* activeTerminal = nullptr;
+
+// Lines of history kept; the oldest go first.
+constexpr int kHistoryLines = 1000;
+
+struct FreeDeleter {
+  void operator()(void* p) const { std::free(p); }
+};
+using MallocString = std::unique_ptr<char, FreeDeleter>;
+
+bool hasText(std::string_view line) {
+  return line.find_first_not_of(" \t\r") != std::string_view::npos;
+}
+
+std::size_t commonPrefixLength(std::string const& a, std::string const& b) {
+  auto const mismatch =
+      std::mismatch(a.begin(), a.begin() + std::min(a.size(), b.size()), b.begin());
+  return std::size_t(mismatch.first - a.begin());
+}
+
+// The completion array libedit expects, allocated with malloc as it frees it: first the text that
+// replaces the word (the longest prefix common to the words), then the words, then null.
+char** matchArray(std::vector<std::string> const& words) {
+  std::size_t common = words.front().size();
+  for (std::string const& word : words) {
+    common = std::min(common, commonPrefixLength(words.front(), word));
+  }
+  // With a single word, the word is repeated: libedit then treats it as the only match.
+  std::size_t const count = words.size() + 1;
+  auto* const matches = static_cast<char**>(std::calloc(count + 1, sizeof(char*)));
+  if (matches == nullptr) {
+    return nullptr;
+  }
+  matches[0] = strndup(words.front().c_str(), common);
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    matches[i + 1] = strdup(words[i].c_str());
+  }
+  return matches;
+}
+
+}  // namespace
+
+Terminal::Terminal(std::string prompt, Completer completer)
+    : prompt_(std::move(prompt)), completer_(std::move(completer)) {
+  if (activeTerminal != nullptr) {
+    throw std::logic_error("one terminal at a time");
+  }
+  activeTerminal = this;
+  rl_readline_name = "macsec-index-sim";  // the name that ~/.editrc settings may be given for
+  rl_attempted_completion_function = &Terminal::complete;
+  using_history();
+  stifle_history(kHistoryLines);
+}
+
+Terminal::~Terminal() {
+  clear_history();
+  rl_attempted_completion_function = nullptr;
+  activeTerminal = nullptr;
+}
+
+std::optional<InputLine> Terminal::next() {
+  MallocString const typed(readline(prompt_.c_str()));
+  if (!typed) {
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+    return std::nullopt;
+  }
+  InputLine line;
+  line.length = std::strlen(typed.get());
+  if (line.tooLong()) {
+    return line;
+  }
+  line.text = typed.get();
+  if (hasText(line.text)) {
+    add_history(typed.get());
+  }
+  return line;
+}
+
+char** Terminal::complete(char const* word, int /*start*/, int end) {
+  rl_attempted_completion_over = 1;  // only the completer's words, never file names
+  if (activeTerminal == nullptr) {
+    return nullptr;
+  }
+  std::vector<std::string> const words =
+      activeTerminal->completer_(std::string_view(rl_line_buffer, std::size_t(end)), word);
+  return words.empty() ? nullptr : matchArray(words);
+}
+
+}  // namespace sim

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <charconv>
+#include <limits>
 
 namespace sim {
 
@@ -58,7 +59,7 @@ std::uint64_t interfaceNumber(std::string_view text, std::string_view token) {
   std::uint64_t value = 0;
   auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (text.empty() || text[0] == '0' || error != std::errc() || end != text.data() + text.size() ||
-      value > 0xffffffffu) {
+      value > std::numeric_limits<std::uint32_t>::max()) {
     throw malformedInterface(token);
   }
   return value;

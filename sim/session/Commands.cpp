@@ -8,7 +8,6 @@
 #include "OruMacSec/OruMacSecTrace.h"
 #include "sim/language/Words.h"
 #include "sim/model/Limits.h"
-#include "sim/session/Session.h"
 #include "sim/views/Standing.h"
 
 namespace sim {
@@ -22,28 +21,28 @@ std::optional<U16> optionalFap(Arguments const& a) {
 }
 
 // Warns of the subinterfaces that run MACsec while only their port's membership serves them.
-void warnServedThroughPort(Session& s, Intfs const& interfaces, bool joined) {
-  Intfs const found = s.host().servedOnlyThroughPort(interfaces, joined);
+void warnServedThroughPort(CommandContext& s, Intfs const& interfaces, bool joined) {
+  Intfs const found = s.host.servedOnlyThroughPort(interfaces, joined);
   if (found.empty()) {
     return;
   }
   Portix::IntfId const first = found.front();
   if (found.size() == 1) {
-    s.transcript().warning(fmt::format(
+    s.transcript.warning(fmt::format(
         "{} runs MACsec while only its port {} is in the interface set of logical FAP {}: its "
         "indexes will not survive an agent restart (add {} to the set to keep them)",
         Portix::valueToStrep(first), Portix::valueToStrep(Portix::SubIntfId::parentIntfId(first)),
-        *s.host().servingFap(first), Portix::valueToStrep(first)));
+        *s.host.servingFap(first), Portix::valueToStrep(first)));
     return;
   }
-  s.transcript().warning(fmt::format(
+  s.transcript.warning(fmt::format(
       "{} subinterfaces ({} first) run MACsec while only their ports are in a logical FAP's "
       "interface set: their indexes will not survive an agent restart (add them to the set to "
       "keep them)",
       found.size(), Portix::valueToStrep(first)));
 }
 
-void chip(Session& s, Arguments const& a) {
+void chip(CommandContext& s, Arguments const& a) {
   U16 const fapId = a.fap();
   ChipSettings settings;  // what a parameter does not give is the default
   if (a.has("engines")) {
@@ -61,79 +60,79 @@ void chip(Session& s, Arguments const& a) {
   if (a.has("static")) {
     settings.staticAllocation = a.yesNo("static");
   }
-  s.host().chipIs(fapId, settings);
+  s.host.chipIs(fapId, settings);
 }
 
-void fap(Session& s, Arguments const& a) {
+void fap(CommandContext& s, Arguments const& a) {
   U16 const fapId = a.fap();
   if (a.has("del")) {
-    return s.host().fapDel(fapId);
+    return s.host.fapDel(fapId);
   }
   Intfs const interfaces = a.interfaces();
-  s.host().fapAdd(fapId, interfaces);
+  s.host.fapAdd(fapId, interfaces);
   warnServedThroughPort(s, interfaces, true);
 }
 
-void intf(Session& s, Arguments const& a) {
+void intf(CommandContext& s, Arguments const& a) {
   U16 const fapId = a.fap();
   Intfs const interfaces = a.interfaces();
   if (a.has("del")) {
-    return s.host().intfDel(fapId, interfaces);
+    return s.host.intfDel(fapId, interfaces);
   }
-  s.host().intfAdd(fapId, interfaces);
+  s.host.intfAdd(fapId, interfaces);
   warnServedThroughPort(s, interfaces, true);
 }
 
-void macsec(Session& s, Arguments const& a) {
+void macsec(CommandContext& s, Arguments const& a) {
   Intfs interfaces = a.interfaces();
   if (a.has("retry")) {
     if (interfaces.empty()) {
-      for (Standing const& refused : refusedInterfaces(s.host(), std::nullopt)) {
+      for (Standing const& refused : refusedInterfaces(s.host, std::nullopt)) {
         interfaces.push_back(refused.intf);
       }
     }
-    return s.host().macsecAnnounce(interfaces);
+    return s.host.macsecAnnounce(interfaces);
   }
-  s.host().macsecIs(interfaces, a.has("on"));
+  s.host.macsecIs(interfaces, a.has("on"));
   if (a.has("on")) {
     warnServedThroughPort(s, interfaces, false);
   }
 }
 
-void show(Session& s, Arguments const& a) {
+void show(CommandContext& s, Arguments const& a) {
   View const view = a.has("utilization") ? utilizationView(s.snapshot(), optionalFap(a))
                     : a.has("interface") ? interfaceView(s.snapshot(), a.interfaces())
                                          : statusView(s.snapshot(), optionalFap(a));
-  s.transcript().view(view, a.has("json"));
+  s.transcript.view(view, a.has("json"));
 }
 
-void threshold(Session& s, Arguments const& a) {
+void threshold(CommandContext& s, Arguments const& a) {
   auto const percent = [&](char const* name) {
     return a.has(name) ? std::optional<unsigned>(unsigned(a.number(name, 0, 100))) : std::nullopt;
   };
-  s.monitor().thresholdsIs(optionalFap(a), percent("upper"), percent("clear"));
+  s.monitor.thresholdsIs(optionalFap(a), percent("upper"), percent("clear"));
 }
 
-void logs(Session& s, Arguments const& a) {
-  s.transcript().logLimitIs(a.has("all") ? SIZE_MAX : std::size_t(a.number("count", 0, 1000000)));
+void logs(CommandContext& s, Arguments const& a) {
+  s.transcript.logLimitIs(a.has("all") ? SIZE_MAX : std::size_t(a.number("count", 0, 1000000)));
 }
 
-void trace(Session& /*s*/, Arguments const& a) {
+void trace(CommandContext& /*s*/, Arguments const& a) {
   Vok::TraceLevelMask const levels = a.has("off") ? 0 : traceLevels(a.values("levels").at(0));
   Vok::traceLevelsIs(OruMacSec::kTraceHandleName, levels);
 }
 
-void agent(Session& s, Arguments const& a) {
+void agent(CommandContext& s, Arguments const& a) {
   if (!a.has("start")) {
-    s.host().agentStop();
+    s.host.agentStop();
   }
   if (!a.has("stop")) {
-    s.host().agentStart();
+    s.host.agentStart();
   }
 }
 
-void help(Session& s, Arguments const& a) {
-  s.transcript().view(helpView(a.has("command") ? a.values("command").at(0) : ""));
+void help(CommandContext& s, Arguments const& a) {
+  s.transcript.view(helpView(a.has("command") ? a.values("command").at(0) : ""));
 }
 
 }  // namespace

@@ -9,11 +9,22 @@
 #include <vector>
 
 #include "sim/language/Grammar.h"
+#include "sim/model/Switch.h"
+#include "sim/session/Transcript.h"
+#include "sim/views/Utilization.h"
 #include "sim/views/View.h"
+#include "sim/views/Views.h"
 
 namespace sim {
 
-class Session;
+// What a command works on: the switch, the transcript it writes to and the resource monitor.
+struct CommandContext {
+  Switch& host;
+  Transcript& transcript;
+  ResourceMonitor& monitor;
+
+  Snapshot snapshot() const { return {host, monitor}; }
+};
 
 struct Command {
   Syntax syntax;
@@ -22,7 +33,7 @@ struct Command {
   // Runs the command with the arguments of its line: reads every argument before it changes
   // anything, and throws ScenarioError or RefusedError, having changed nothing, when it cannot
   // apply.
-  void (*run)(Session& session, Arguments const& arguments);
+  void (*run)(CommandContext& context, Arguments const& arguments);
 };
 
 // Every command, in the order `help` lists them.

@@ -110,7 +110,8 @@ void Session::runLine(std::string_view line, bool echo) {
           "the state is open read-only (--read-only): commands that change it are refused");
     }
     ++commands_;  // refused commands count; lines that are not commands do not
-    command->run(*this, arguments);
+    CommandContext context{host_, transcript_, monitor_};
+    command->run(context, arguments);
   } catch (...) {
     transcript_.commandEnd();
     throw;

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <cstdio>
+
 #include "sim/language/Words.h"
 #include "sim/session/Commands.h"
 #include "sim/store/StateJson.h"
@@ -62,7 +64,12 @@ Session::Session(SessionOptions const& options, std::ostream& out, std::ostream&
     store_->follow(host_);  // from what it holds: an import is then written as a change
   }
   if (!options.importPath.empty()) {
-    importState(host_, options.importPath);
+    try {
+      importState(host_, options.importPath);
+    } catch (...) {
+      removeCreatedStore();
+      throw;
+    }
     out.flush();
     printWarnings(err_, options.importPath, checkPublished(host_));
   }
@@ -73,6 +80,17 @@ Session::Session(SessionOptions const& options, std::ostream& out, std::ostream&
 }
 
 Session::~Session() = default;
+
+void Session::removeCreatedStore() {
+  if (!store_ || !store_->created()) {
+    return;
+  }
+  std::string const path = store_->path();
+  store_.reset();
+  for (char const* suffix : {"", "-wal", "-shm", "-journal"}) {
+    std::remove((path + suffix).c_str());
+  }
+}
 
 void Session::finish() {
   transcript_.commandEnd();

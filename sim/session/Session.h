@@ -68,6 +68,9 @@ class Session {
  private:
   // Ends a command (or the start-up): the log summary, the monitor's events, the commit.
   void finish();
+  // Closes the store and removes its files when this session created it (a refused import
+  // leaves nothing behind).
+  void removeCreatedStore();
 
   std::ostream& err_;
   Switch host_;

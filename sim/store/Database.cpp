@@ -2,12 +2,78 @@
 
 #include <sqlite3.h>
 
+#include <iterator>
+#include <string>
+
 namespace sim {
+
+std::string resultCodeName(int code) {
+  // The primary codes, by number, and the extended I/O error codes, by their number above 8.
+  static char const* const kPrimary[] = {
+      "SQLITE_OK",       "SQLITE_ERROR",     "SQLITE_INTERNAL", "SQLITE_PERM",
+      "SQLITE_ABORT",    "SQLITE_BUSY",      "SQLITE_LOCKED",   "SQLITE_NOMEM",
+      "SQLITE_READONLY", "SQLITE_INTERRUPT", "SQLITE_IOERR",    "SQLITE_CORRUPT",
+      "SQLITE_NOTFOUND", "SQLITE_FULL",      "SQLITE_CANTOPEN", "SQLITE_PROTOCOL",
+      "SQLITE_EMPTY",    "SQLITE_SCHEMA",    "SQLITE_TOOBIG",   "SQLITE_CONSTRAINT",
+      "SQLITE_MISMATCH", "SQLITE_MISUSE",    "SQLITE_NOLFS",    "SQLITE_AUTH",
+      "SQLITE_FORMAT",   "SQLITE_RANGE",     "SQLITE_NOTADB",   "SQLITE_NOTICE",
+      "SQLITE_WARNING"};
+  static char const* const kIoErrors[] = {"",
+                                          "READ",
+                                          "SHORT_READ",
+                                          "WRITE",
+                                          "FSYNC",
+                                          "DIR_FSYNC",
+                                          "TRUNCATE",
+                                          "FSTAT",
+                                          "UNLOCK",
+                                          "RDLOCK",
+                                          "DELETE",
+                                          "BLOCKED",
+                                          "NOMEM",
+                                          "ACCESS",
+                                          "CHECKRESERVEDLOCK",
+                                          "LOCK",
+                                          "CLOSE",
+                                          "DIR_CLOSE",
+                                          "SHMOPEN",
+                                          "SHMSIZE",
+                                          "SHMLOCK",
+                                          "SHMMAP",
+                                          "SEEK",
+                                          "DELETE_NOENT",
+                                          "MMAP",
+                                          "GETTEMPPATH",
+                                          "CONVPATH",
+                                          "VNODE",
+                                          "AUTH",
+                                          "BEGIN_ATOMIC",
+                                          "COMMIT_ATOMIC",
+                                          "ROLLBACK_ATOMIC",
+                                          "DATA",
+                                          "CORRUPTFS"};
+  int const primary = code & 0xff;
+  int const extended = code >> 8;
+  if (primary == SQLITE_IOERR && extended > 0 && extended < int(std::size(kIoErrors))) {
+    return std::string("SQLITE_IOERR_") + kIoErrors[extended];
+  }
+  if (primary < int(std::size(kPrimary))) {
+    return kPrimary[primary];
+  }
+  return "SQLite code " + std::to_string(code);
+}
+
+DatabaseError::DatabaseError(std::string const& what, int extendedCode)
+    : std::runtime_error(what + " (" + resultCodeName(extendedCode) + ")"),
+      extendedCode_(extendedCode) {}
 
 namespace {
 
 [[noreturn]] void fail(sqlite3* db, int code) {
-  throw DatabaseError(db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(code), code & 0xff);
+  // The connection's extended code, when there is one, says more than the call's primary code.
+  int const extended = db != nullptr ? sqlite3_extended_errcode(db) : code;
+  throw DatabaseError(db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(code),
+                      (extended & 0xff) == (code & 0xff) ? extended : code);
 }
 
 void check(sqlite3* db, int code) {
@@ -84,11 +150,17 @@ Database::Database(std::string const& path, int flags) {
   int const code = sqlite3_open_v2(path.c_str(), &db, flags, nullptr);
   db_.reset(db);
   check(db, code);
-  sqlite3_extended_result_codes(db, 0);
+  sqlite3_extended_result_codes(db, 1);
 }
 
 void Database::exec(char const* sql) {
   check(db_.get(), sqlite3_exec(db_.get(), sql, nullptr, nullptr, nullptr));
+}
+
+void Database::rollback() noexcept {
+  if (sqlite3_get_autocommit(db_.get()) == 0) {
+    sqlite3_exec(db_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+  }
 }
 
 Statement& Database::cached(std::string_view sql) {

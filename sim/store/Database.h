@@ -1,8 +1,8 @@
 // A small owner of an SQLite connection and its prepared statements, for the simulator's store.
 //
-// Every failure of SQLite becomes a DatabaseError carrying SQLite's own message; the store turns
-// it into one that names the file. Handles close themselves; nothing here is shared between
-// threads (the simulator has one).
+// Every failure of SQLite becomes a DatabaseError carrying SQLite's own message and its extended
+// result code; the store turns it into one that names the file. Handles close themselves; nothing
+// here is shared between threads (the simulator has one).
 #pragma once
 
 #include <cstdint>
@@ -17,14 +17,21 @@ struct sqlite3_stmt;
 
 namespace sim {
 
+// SQLite's name of a result code ("SQLITE_FULL", "SQLITE_IOERR_WRITE"), or "SQLite code <n>" for
+// one this table does not know.
+std::string resultCodeName(int code);
+
 class DatabaseError : public std::runtime_error {
  public:
-  DatabaseError(std::string const& what, int code) : std::runtime_error(what), code_(code) {}
+  // `what` is SQLite's message; the error's text adds the code's name: "disk I/O error
+  // (SQLITE_IOERR_FSYNC)".
+  DatabaseError(std::string const& what, int extendedCode);
   // SQLite's primary result code (SQLITE_BUSY, SQLITE_NOTADB, ...).
-  int code() const { return code_; }
+  int code() const { return extendedCode_ & 0xff; }
+  int extendedCode() const { return extendedCode_; }
 
  private:
-  int code_;
+  int extendedCode_;
 };
 
 // One prepared statement. Parameters are numbered from 1, result columns from 0.
@@ -64,6 +71,9 @@ class Database {
 
   // Runs one or more statements that return nothing of interest.
   void exec(char const* sql);
+  // Ends the open transaction, if any, undoing it. Never throws: it runs after a failure, whose
+  // error is the one to report (SQLite may already have rolled the transaction back itself).
+  void rollback() noexcept;
   Statement prepare(std::string_view sql) const { return Statement(db_.get(), sql); }
   // The same, prepared once and kept for the connection's lifetime (for statements run often).
   Statement& cached(std::string_view sql);

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -208,37 +209,119 @@ class Store::Watch : public Nubis::Node {
   U16 const fapId_;
 };
 
+void Store::fail(std::string const& what) const {
+  throw StoreError(fmt::format("state database {}: {}", path_, what));
+}
+
+template <class Work>
+auto Store::guard(char const* doing, Work const& work) const {
+  try {
+    return work();
+  } catch (DatabaseError const& error) {
+    fail(fmt::format("{}: {}", doing, error.what()));
+  }
+}
+
+namespace {
+
+// What a path that is not a regular file is, for a refusal.
+std::string fileKind(mode_t mode) {
+  return S_ISDIR(mode)    ? "a directory"
+         : S_ISFIFO(mode) ? "a FIFO"
+         : S_ISSOCK(mode) ? "a socket"
+                          : "a device";
+}
+
+bool exists(std::string const& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0;
+}
+
+bool holdsData(std::string const& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && status.st_size > 0;
+}
+
+// The file as an SQLite URI (RFC 3986: a path with %, ? and # escaped).
+std::string uri(std::string const& path, char const* query) {
+  std::string out = "file:";
+  for (char const c : path) {
+    out += c == '%' ? "%25" : c == '?' ? "%3f" : c == '#' ? "%23" : std::string(1, c);
+  }
+  return out + query;
+}
+
+}  // namespace
+
 Store::Store(std::string path, Access access, Sync sync)
     : path_(std::move(path)), access_(access), changes_(new Changes) {
   bool const write = access == Access::kWrite;
+  checkFile();
   if (write) {
     // The lock is taken before SQLite opens the file, and the descriptor stays open until after
     // SQLite has closed it: closing another descriptor of the file would drop SQLite's own locks.
+    bool const existed = exists(path_);
     lock_.fd = ::open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
     if (lock_.fd < 0) {
       fail(fmt::format("cannot open: {}", std::strerror(errno)));
     }
+    created_ = !existed;
     if (::flock(lock_.fd, LOCK_EX | LOCK_NB) != 0) {
       fail(errno == EWOULDBLOCK ? std::string("another simulator is writing it (only one writer "
                                               "at a time; --read-only reads it meanwhile)")
                                 : fmt::format("cannot lock: {}", std::strerror(errno)));
     }
-  } else if (::access(path_.c_str(), R_OK) != 0) {
-    fail(fmt::format("cannot read: {}", std::strerror(errno)));
+  } else if (holdsData(path_ + "-journal")) {
+    // A write cut short in rollback-journal mode: only a writer may roll it back.
+    fail(
+        fmt::format("a write to it was cut short ({}-journal is left) and only a writer can "
+                    "recover it: open it once without --read-only",
+                    path_));
   }
-  try {
-    db_ = std::make_unique<Database>(path_, write ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY);
+  guard("cannot open", [&] {
+    // A reader writes no file: without a WAL file no writer is at work and the database file is
+    // all there is, read as immutable (no locks, no shared-memory file); with one, it reads
+    // through the WAL as a writer leaves it, seeing what the writer has committed.
+    std::string const name = write                    ? path_
+                             : exists(path_ + "-wal") ? uri(path_, "?mode=ro")
+                                                      : uri(path_, "?mode=ro&immutable=1");
+    db_ = std::make_unique<Database>(
+        name, write ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
     db_->exec("PRAGMA busy_timeout = 5000");
     openSchema();
     if (write) {
       db_->exec("PRAGMA journal_mode = WAL; PRAGMA foreign_keys = ON");
       db_->exec(sync == Sync::kFull ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
     }
-  } catch (DatabaseError const& error) {
-    if (error.code() == SQLITE_NOTADB) {
-      fail("not an SQLite database (a JSON state file is loaded with --import)");
+  });
+}
+
+void Store::checkFile() const {
+  struct stat status {};
+  if (::stat(path_.c_str(), &status) != 0) {
+    if (errno != ENOENT || access_ == Access::kReadOnly) {
+      fail(fmt::format("cannot read: {}", std::strerror(errno)));
     }
-    fail(error.what());
+    return;  // a writer creates it
+  }
+  if (!S_ISREG(status.st_mode)) {
+    fail(fileKind(status.st_mode) + ", not a regular file");
+  }
+  if (status.st_size == 0) {
+    return;  // a new database
+  }
+  // Every SQLite database starts with this header; anything else is refused before SQLite could
+  // take it for an empty database and write over it.
+  constexpr char kHeader[] = "SQLite format 3";
+  char header[sizeof kHeader] = {};
+  int const fd = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    fail(fmt::format("cannot read: {}", std::strerror(errno)));
+  }
+  ssize_t const n = ::read(fd, header, sizeof header);
+  ::close(fd);
+  if (n != ssize_t(sizeof header) || std::memcmp(header, kHeader, sizeof header) != 0) {
+    fail("not an SQLite database (a JSON state file is loaded with --import)");
   }
 }
 
@@ -248,10 +331,6 @@ Store::LockFile::~LockFile() {
   if (fd >= 0) {
     ::close(fd);
   }
-}
-
-void Store::fail(std::string const& what) const {
-  throw StoreError(fmt::format("state database {}: {}", path_, what));
 }
 
 void Store::openSchema() {
@@ -294,12 +373,14 @@ bool Store::empty() const {
   if (!hasSchema_) {
     return true;
   }
-  for (char const* table : kStoreTables) {
-    if (db_->value(fmt::format("SELECT EXISTS (SELECT 1 FROM {})", table)) != 0) {
-      return false;
+  return guard("cannot read", [&] {
+    for (char const* table : kStoreTables) {
+      if (db_->value(fmt::format("SELECT EXISTS (SELECT 1 FROM {})", table)) != 0) {
+        return false;
+      }
     }
-  }
-  return true;
+    return true;
+  });
 }
 
 std::vector<StateWarning> Store::load(Switch& host) {
@@ -307,7 +388,7 @@ std::vector<StateWarning> Store::load(Switch& host) {
     return {};
   }
   // One read transaction: every table from the same snapshot, whatever a writer does meanwhile.
-  db_->exec("BEGIN");
+  guard("cannot read", [&] { db_->exec("BEGIN"); });
   try {
     // Each row goes through the switch's own checks; a refusal names the row.
     auto const eachRow = [&](char const* table, std::vector<char const*> columns,
@@ -349,11 +430,14 @@ std::vector<StateWarning> Store::load(Switch& host) {
     eachRow("egress_disabled", {"fap", "port", "esec_sc", "engine"}, 2, [&](RowReader const& r) {
       host.disabledRecordAdd(r.u16(0), OruMacSec::EsecIndexInfo(key(r), index(r, 2), r.u16(3)));
     });
+  } catch (DatabaseError const& error) {
+    db_->rollback();
+    fail(fmt::format("cannot read: {}", error.what()));
   } catch (...) {
-    db_->exec("ROLLBACK");
+    db_->rollback();
     throw;
   }
-  db_->exec("COMMIT");
+  guard("cannot read", [&] { db_->exec("COMMIT"); });
   return checkPublished(host);
 }
 
@@ -415,18 +499,16 @@ void Store::commit() {
   if (host_ == nullptr || (changes_->empty() && storedChips_ == host_->chips())) {
     return;
   }
-  try {
+  guard("cannot write", [&] {
     db_->exec("BEGIN IMMEDIATE");
     try {
       writeChanges();
       db_->exec("COMMIT");
     } catch (...) {
-      db_->exec("ROLLBACK");
+      db_->rollback();  // the first failure is the one to report
       throw;
     }
-  } catch (DatabaseError const& error) {
-    fail(fmt::format("cannot write: {}", error.what()));
-  }
+  });
   *changes_ = Changes();
   storedChips_ = host_->chips();
 }

@@ -49,6 +49,8 @@ class Store {
   Store& operator=(Store const&) = delete;
 
   std::string const& path() const { return path_; }
+  // Whether this store created the database file (it did not exist before).
+  bool created() const { return created_; }
 
   // Whether the database holds no state at all.
   bool empty() const;
@@ -73,6 +75,13 @@ class Store {
   struct Changes;
 
   [[noreturn]] void fail(std::string const& what) const;
+  // Runs `work`, turning a DatabaseError into a StoreError that names the file and what was
+  // being done.
+  template <class Work>
+  auto guard(char const* doing, Work const& work) const;
+  // Refuses a path that is not a regular file, or a non-empty file that is not an SQLite
+  // database, before SQLite opens it.
+  void checkFile() const;
   void openSchema();
   void writeChanges();
   void writeFap(U16 fapId);
@@ -94,6 +103,7 @@ class Store {
   LockFile lock_;
   std::unique_ptr<Database> db_;
   bool hasSchema_ = false;
+  bool created_ = false;
 
   Switch const* host_ = nullptr;
   std::unique_ptr<Changes> changes_;

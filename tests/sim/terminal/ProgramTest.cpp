@@ -106,10 +106,11 @@ TEST(SimProgram, ATerminalSessionPromptsRecallsCompletesAndEndsWithOneAfterAnErr
   EXPECT_EQ(run.screen.find("\n> "), std::string::npos);       // the terminal shows a command once
 }
 
-// The exit status and output of the simulator run by the shell on `arguments`.
-std::pair<int, std::string> runShell(std::string const& arguments) {
+// The exit status and output of the simulator run by the shell on `arguments`, after the shell
+// commands `before`.
+std::pair<int, std::string> runShell(std::string const& arguments, std::string const& before = "") {
   std::unique_ptr<FILE, int (*)(FILE*)> pipe(
-      ::popen((SIM_PROGRAM " " + arguments + " 2>&1").c_str(), "r"), ::pclose);
+      ::popen((before + SIM_PROGRAM " " + arguments + " 2>&1").c_str(), "r"), ::pclose);
   std::string output;
   char buffer[4096];
   for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe.get())) > 0;) {
@@ -133,6 +134,36 @@ TEST(SimProgram, RefusesBadInputInOneClearLineWithItsExitStatus) {
                                                  ": it is a directory, not a regular file\n"));
   EXPECT_THAT(runShell(scenario), Pair(1, EndsWith(":2: line of 70000 bytes is longer than the "
                                                    "limit of 65536\n")));
+  std::remove(scenario.c_str());
+}
+
+// A disk that fills up (a file size limit, with SIGXFSZ ignored so that the write fails instead):
+// the command whose commit fails ends the run with one line naming the cause, and the database
+// stays usable by the next writer.
+TEST(SimProgram, StopsWithTheCauseWhenTheDiskIsFull) {
+  std::string const dir = ::testing::TempDir(), scenario = dir + "fill.scn", db = dir + "fill.db";
+  auto const removeDatabase = [&] {
+    for (char const* suffix : {"", "-wal", "-shm"}) {
+      std::remove((db + suffix).c_str());
+    }
+  };
+  removeDatabase();
+  {
+    std::ofstream out(scenario);
+    out << "fap add 1 Ethernet1-400\n";
+    for (int port = 1; port <= 400; ++port) {
+      out << "macsec on Ethernet" << port << "\n";
+    }
+  }
+  auto const [status, output] =
+      runShell("--state " + db + " " + scenario, "trap '' XFSZ; ulimit -f 256; ");
+  EXPECT_EQ(status, 1);
+  EXPECT_THAT(output, ContainsRegex("\n> macsec on Ethernet[0-9]+\nerror: state database " + db +
+                                    ": cannot write: (disk I/O error \\(SQLITE_IOERR_WRITE\\)|"
+                                    "database or disk is full \\(SQLITE_FULL\\))\n$"));
+  std::ofstream(scenario) << "show\n";
+  EXPECT_EQ(runShell("--state " + db + " " + scenario).first, 0);
+  removeDatabase();
   std::remove(scenario.c_str());
 }
 

@@ -229,7 +229,8 @@ TEST(OperatorView, AgreesWithTheStateOverRandomRuns) {
           break;
         default:
           r.run("macsec retry");
-          for (json const& f : r.view("show json")["status"]) {
+          json const after = r.view("show json");
+          for (json const& f : after["status"]) {
             for (json const& refused : f["refused"]) {
               EXPECT_THAT(refused["reason"].get<std::string>(),
                           ::testing::Not(::testing::HasSubstr("room now")))
@@ -270,7 +271,8 @@ TEST(OperatorView, AgreesWithTheStateOverRandomRuns) {
         EXPECT_EQ(where["state"], "holds indexes") << where;
         EXPECT_EQ(faps.count(where["fap"].get<int>()), 1u) << where;
       }
-      for (json const& t : r.view("show utilization json")["utilization"]) {
+      json const use = r.view("show utilization json");
+      for (json const& t : use["utilization"]) {
         TableKey const key{t["fap"], t["engine"], t["table"]};
         ASSERT_EQ(t["used"], records[key]) << t;
         EXPECT_EQ(t["free"], std::max(0, int(t["max-limit"]) - int(t["used"]))) << t;

@@ -17,9 +17,7 @@ class BenchPolicy : public OruMacSec::IndexHelper {
 
   static constexpr U16 kTableSize = 65533;
 
-  U16 intfIdToEngineInstance(Portix::IntfId id) const override {
-    return U16(id.portNumber() % 2);
-  }
+  U16 intfIdToEngineInstance(Portix::IntfId id) const override { return U16(id.portNumber() % 2); }
   U16 numEngineInstances() const override { return 2; }
   bool useStaticIndexAllocation() const override { return false; }
   U16 staticIndex(Portix::IntfId) const override { return 0; }

@@ -2,16 +2,17 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
+#include <initializer_list>
 #include <map>
+#include <tuple>
 
 namespace sim {
 
 namespace {
 
 using OruMacSec::IndexFapStatus;
-
-// A record's indexes by column name, in the store's column order.
-using Indexes = std::vector<std::pair<char const*, OruMacSec::TableIndex>>;
 
 // The key columns of a record's row, as the warnings and the store's errors name them.
 std::string recordRow(U16 fapId, char const* keyColumn, std::string const& interface) {
@@ -28,39 +29,34 @@ class FapChecker {
 
   void run() {
     checkConstants();
-    std::map<Portix::IntfId, OruMacSec::EsecIndexInfo> egress;
-    std::map<Portix::IntfId, OruMacSec::IsecIndexInfo> ingress;
-    std::map<Portix::IntfId, OruMacSec::EsecIndexInfo> disabled;
+    // The records are checked as the collections hold them; the few warnings are then put in
+    // table and interface order.
     for (auto r = status_.esecIndexInfoIter(); r; ++r) {
-      egress.emplace(r.key().intfId(), *r);
+      Portix::IntfId const id = r.key().intfId();
+      if (!status_.isecIndexInfoHas(r.key())) {
+        warn(kEgress, id, "a lone egress record (no ingress record of the interface)");
+      }
+      checkRecord(kEgress, id, r->engineInstance(), {{"esec_sc", r->esecScIndex()}});
     }
     for (auto r = status_.isecIndexInfoIter(); r; ++r) {
-      ingress.emplace(r.key().intfId(), *r);
+      Portix::IntfId const id = r.key().intfId();
+      if (!status_.esecIndexInfoHas(r.key())) {
+        warn(kIngress, id, "a lone ingress record (no egress record of the interface)");
+      }
+      checkRecord(kIngress, id, r->engineInstance(),
+                  {{"isec_sp", r->isecSpIndex()},
+                   {"sub_port", r->msSubportNum()},
+                   {"isec_sc", r->isecScIndex()}});
     }
     for (auto r = status_.esecLoopbackDisabledIndexInfoIter(); r; ++r) {
-      disabled.emplace(r.key().intfId(), *r);
+      checkRecord(kDisabled, r.key().intfId(), r->engineInstance(),
+                  {{"esec_sc", r->esecScIndex()}});
     }
-    for (auto const& [id, info] : egress) {
-      if (ingress.count(id) == 0) {
-        warn("egress", "interface", id,
-             "a lone egress record (no ingress record of the interface)");
-      }
-      checkRecord("egress", "interface", id, info.engineInstance(),
-                  {{"esec_sc", info.esecScIndex()}});
-    }
-    for (auto const& [id, info] : ingress) {
-      if (egress.count(id) == 0) {
-        warn("ingress", "interface", id,
-             "a lone ingress record (no egress record of the interface)");
-      }
-      checkRecord("ingress", "interface", id, info.engineInstance(),
-                  {{"isec_sp", info.isecSpIndex()},
-                   {"sub_port", info.msSubportNum()},
-                   {"isec_sc", info.isecScIndex()}});
-    }
-    for (auto const& [id, info] : disabled) {
-      checkRecord("egress_disabled", "port", id, info.engineInstance(),
-                  {{"esec_sc", info.esecScIndex()}});
+    std::stable_sort(records_.begin(), records_.end(), [](auto const& a, auto const& b) {
+      return std::tie(a.table, a.id) < std::tie(b.table, b.id);
+    });
+    for (auto& record : records_) {
+      out_.push_back(std::move(record.warning));
     }
   }
 
@@ -79,34 +75,50 @@ class FapChecker {
     compare("ingress disabled index", status_.isecDisabledIndex(), chip_.isecDisabled);
   }
 
-  void checkRecord(char const* table, char const* keyColumn, Portix::IntfId id, U16 engine,
-                   Indexes const& indexes) {
+  void checkRecord(int table, Portix::IntfId id, U16 engine,
+                   std::initializer_list<std::pair<char const*, OruMacSec::TableIndex>> indexes) {
     U16 const policyEngine = policy_->intfIdToEngineInstance(id);
     if (engine != policyEngine) {
-      warn(table, keyColumn, id,
+      warn(table, id,
            fmt::format("engine {} differs from the chip policy's engine {} for the interface",
                        engine, policyEngine));
     }
     for (auto const& [column, index] : indexes) {
       if (index.value() > chip_.isecDisabled) {
-        warn(table, keyColumn, id,
+        warn(table, id,
              fmt::format("{} index {} is beyond the table's largest index {}", column,
                          index.value(), chip_.isecDisabled));
       }
     }
   }
 
-  void warn(char const* table, char const* keyColumn, Portix::IntfId id, std::string text) {
-    out_.push_back(
-        {table, recordRow(fapId(), keyColumn, Portix::valueToStrep(id)), std::move(text)});
+  void warn(int table, Portix::IntfId id, std::string text) {
+    static constexpr std::array<std::pair<char const*, char const*>, 3> kTables = {
+        {{"egress", "interface"}, {"ingress", "interface"}, {"egress_disabled", "port"}}};
+    auto const [name, keyColumn] = kTables[std::size_t(table)];
+    records_.push_back(
+        {table,
+         id,
+         {name, recordRow(fapId(), keyColumn, Portix::valueToStrep(id)), std::move(text)}});
   }
 
   U16 fapId() const { return status_.logicalFapId().value(); }
+
+  // The store's record tables, in the order their warnings come.
+  static constexpr int kEgress = 0;
+  static constexpr int kIngress = 1;
+  static constexpr int kDisabled = 2;
+  struct RecordWarning {
+    int table;
+    Portix::IntfId id;
+    StateWarning warning;
+  };
 
   IndexFapStatus const& status_;
   ChipSettings const chip_;
   Nubis::Ptr<ChipPolicy> const policy_;
   std::vector<StateWarning>& out_;
+  std::vector<RecordWarning> records_;
 };
 
 }  // namespace

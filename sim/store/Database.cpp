@@ -147,7 +147,8 @@ void Database::Close::operator()(sqlite3* db) const {
 
 Database::Database(std::string const& path, int flags) {
   sqlite3* db = nullptr;
-  int const code = sqlite3_open_v2(path.c_str(), &db, flags, nullptr);
+  // One thread uses a connection: SQLite's own mutexes would only cost time.
+  int const code = sqlite3_open_v2(path.c_str(), &db, flags | SQLITE_OPEN_NOMUTEX, nullptr);
   db_.reset(db);
   check(db, code);
   sqlite3_extended_result_codes(db, 1);

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <set>
@@ -167,7 +168,8 @@ struct Store::Changes {
   std::set<std::pair<U16, Portix::IntfId>> members;
   std::set<Portix::IntfId> macsec;
   std::set<U16> statuses;
-  std::set<std::tuple<U16, Nubis::AttrId, Portix::IntfId>> records;
+  // Appended as notified and made unique at the commit: a start-up can touch tens of thousands.
+  std::vector<std::tuple<U16, Nubis::AttrId, Portix::IntfId>> records;
 
   bool empty() const {
     return faps.empty() && members.empty() && macsec.empty() && statuses.empty() && records.empty();
@@ -491,7 +493,8 @@ void Store::refollowStatus(U16 fapId) {
   watch->follow(host_->status().indexFapStatus(LogicalFap::LogicalFapId(fapId)).get(),
                 [](Nubis::Notification const& n) {
                   Watch const& w = Watch::of(n);
-                  w.changes().records.emplace(w.fapId(), n.attrId, n.key.as<SecIntfId>().intfId());
+                  w.changes().records.emplace_back(w.fapId(), n.attrId,
+                                                   n.key.as<SecIntfId>().intfId());
                 });
 }
 
@@ -529,7 +532,10 @@ void Store::writeChanges() {
         .bind(6, settings.staticAllocation)
         .run();
   }
-  Changes const& changes = *changes_;
+  Changes& changes = *changes_;
+  std::sort(changes.records.begin(), changes.records.end());
+  changes.records.erase(std::unique(changes.records.begin(), changes.records.end()),
+                        changes.records.end());
   for (U16 const fapId : changes.faps) {
     writeFap(fapId);
   }
@@ -618,7 +624,11 @@ void Store::writeRecord(IndexFapStatus const* status, U16 fapId, Nubis::AttrId t
       return;
     }
     auto const info = status->isecIndexInfo(key);
-    db_->cached("INSERT OR REPLACE INTO ingress VALUES (?, ?, ?, ?, ?, ?)")
+    db_->cached(
+           "INSERT INTO ingress VALUES (?, ?, ?, ?, ?, ?) ON CONFLICT DO UPDATE SET "
+           "isec_sp = excluded.isec_sp, sub_port = excluded.sub_port, isec_sc = excluded.isec_sc, "
+           "engine = excluded.engine WHERE (isec_sp, sub_port, isec_sc, engine) IS NOT "
+           "(excluded.isec_sp, excluded.sub_port, excluded.isec_sc, excluded.engine)")
         .bind(1, fapId)
         .bind(2, name(id))
         .bind(3, info.isecSpIndex().value())
@@ -643,8 +653,16 @@ void Store::writeRecord(IndexFapStatus const* status, U16 fapId, Nubis::AttrId t
   }
   auto const info =
       disabled ? status->esecLoopbackDisabledIndexInfo(key) : status->esecIndexInfo(key);
-  db_->cached(disabled ? "INSERT OR REPLACE INTO egress_disabled VALUES (?, ?, ?, ?)"
-                       : "INSERT OR REPLACE INTO egress VALUES (?, ?, ?, ?)")
+  // An upsert that leaves a row holding these values as it is: a record taken back and given the
+  // same indexes again (a restart does that to subinterfaces served through their port) writes no
+  // page.
+  db_->cached(disabled
+                  ? "INSERT INTO egress_disabled VALUES (?, ?, ?, ?) ON CONFLICT DO UPDATE SET "
+                    "esec_sc = excluded.esec_sc, engine = excluded.engine WHERE (esec_sc, "
+                    "engine) IS NOT (excluded.esec_sc, excluded.engine)"
+                  : "INSERT INTO egress VALUES (?, ?, ?, ?) ON CONFLICT DO UPDATE SET esec_sc "
+                    "= excluded.esec_sc, engine = excluded.engine WHERE (esec_sc, engine) IS "
+                    "NOT (excluded.esec_sc, excluded.engine)")
       .bind(1, fapId)
       .bind(2, name(id))
       .bind(3, info.esecScIndex().value())

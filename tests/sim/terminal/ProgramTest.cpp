@@ -121,7 +121,8 @@ std::pair<int, std::string> runShell(std::string const& arguments, std::string c
 }
 
 TEST(SimProgram, RefusesBadInputInOneClearLineWithItsExitStatus) {
-  std::string const dir = ::testing::TempDir(), scenario = dir + "long-line.scn";
+  std::string const dir = ::testing::TempDir();
+  std::string const scenario = dir + "long-line-" + std::to_string(::getpid()) + ".scn";
   std::ofstream(scenario) << "show\n" << std::string(70000, 'x') << "\nshow\n";
   EXPECT_EQ(
       runShell("--colour"),
@@ -141,7 +142,8 @@ TEST(SimProgram, RefusesBadInputInOneClearLineWithItsExitStatus) {
 // the command whose commit fails ends the run with one line naming the cause, and the database
 // stays usable by the next writer.
 TEST(SimProgram, StopsWithTheCauseWhenTheDiskIsFull) {
-  std::string const dir = ::testing::TempDir(), scenario = dir + "fill.scn", db = dir + "fill.db";
+  std::string const base = ::testing::TempDir() + "fill-" + std::to_string(::getpid());
+  std::string const scenario = base + ".scn", db = base + ".db";
   auto const removeDatabase = [&] {
     for (char const* suffix : {"", "-wal", "-shm"}) {
       std::remove((db + suffix).c_str());
@@ -155,8 +157,8 @@ TEST(SimProgram, StopsWithTheCauseWhenTheDiskIsFull) {
       out << "macsec on Ethernet" << port << "\n";
     }
   }
-  auto const [status, output] =
-      runShell("--state " + db + " " + scenario, "trap '' XFSZ; ulimit -f 256; ");
+  auto const [status, output] = runShell("--state " + db + " " + scenario,
+                                         "trap '' XFSZ; ulimit -f 256; ulimit -v 4000000; ");
   EXPECT_EQ(status, 1);
   EXPECT_THAT(output, ContainsRegex("\n> macsec on Ethernet[0-9]+\nerror: state database " + db +
                                     ": cannot write: (disk I/O error \\(SQLITE_IOERR_WRITE\\)|"

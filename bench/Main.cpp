@@ -7,6 +7,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bench/SteadyState.h"
@@ -75,19 +76,33 @@ class PairingReporter : public benchmark::ConsoleReporter {
  private:
   // Figures of runs that count their events, one row per benchmark and counter, one column per
   // number of subinterfaces.
+  // Of repeated runs, the median is kept (it is reported after the runs).
   void keepPerEvent(Run const& run) {
     auto const subinterfaces = run.counters.find("subinterfaces");
     if (subinterfaces == run.counters.end()) {
       return;
     }
-    std::string name = run.benchmark_name();
+    if (run.run_type == Run::RT_Aggregate && run.aggregate_name != "median") {
+      return;
+    }
+    std::string name = run.run_name.str();
     auto const arg = name.find("/subinterfaces:");
     if (arg != std::string::npos) {
       name.erase(arg, name.find('/', arg + 1) - arg);
     }
-    auto const iterations = name.find("/iterations:");
-    if (iterations != std::string::npos) {
-      name.erase(iterations, name.find('/', iterations + 1) - iterations);
+    for (char const* const part : {"/iterations:", "/manual_time"}) {
+      auto const at = name.find(part);
+      if (at != std::string::npos) {
+        name.erase(at, name.find('/', at + 1) - at);
+      }
+    }
+    for (auto const& [arg, chip] :
+         {std::pair{"/perPortDisabled:0", ", shared disabled index"},
+          std::pair{"/perPortDisabled:1", ", per-port disabled entries"}}) {
+      auto const at = name.find(arg);
+      if (at != std::string::npos) {
+        name.replace(at, std::string(arg).size(), chip);
+      }
     }
     for (char const* const counter : {"ns/event", "faults/1k events"}) {
       auto const found = run.counters.find(counter);

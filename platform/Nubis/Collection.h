@@ -20,8 +20,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -47,8 +47,9 @@ class Collection : public Impl::KeyedAttribute<Collection<K, V, Hash>, K, V> {
   // only while no iterator is open: an iterator may stand on any tombstone, or follow a chain of
   // them, and reuse would send it into the wrong entries.
   //
-  // The slots are in a deque, whose growth adds a block and moves no entry: the first entry past
-  // the current capacity costs one small allocation, not a copy of every slot into fresh memory.
+  // The slots are in blocks of 64 that never move: growth adds a block, so the first entry past
+  // the capacity costs one small allocation, not a copy of every slot into fresh memory, and a
+  // position finds its slot with a shift and a mask.
   struct Slot {
     K key;
     V value;
@@ -89,13 +90,12 @@ class Collection : public Impl::KeyedAttribute<Collection<K, V, Hash>, K, V> {
     explicit operator bool() const { return pos_ != kNone; }
 
     Iterator& operator++() {
-      auto const& slots = collection_->slots_;
       if (pos_ == kNone) {
         return *this;
       }
-      pos_ = slots[pos_].next;
-      while (pos_ != kNone && !slots[pos_].live) {
-        pos_ = slots[pos_].next;
+      pos_ = collection_->slotAt(pos_).next;
+      while (pos_ != kNone && !collection_->slotAt(pos_).live) {
+        pos_ = collection_->slotAt(pos_).next;
       }
       return *this;
     }
@@ -107,9 +107,9 @@ class Collection : public Impl::KeyedAttribute<Collection<K, V, Hash>, K, V> {
 
    private:
     Slot const& slot() const {
-      bool const iter_ = pos_ != kNone && collection_->slots_[pos_].live;
+      bool const iter_ = pos_ != kNone && collection_->slotAt(pos_).live;
       VOK_ASSERT(iter_, "Nubis/Collection");
-      return collection_->slots_[pos_];
+      return collection_->slotAt(pos_);
     }
 
     Collection const* collection_;
@@ -127,7 +127,7 @@ class Collection : public Impl::KeyedAttribute<Collection<K, V, Hash>, K, V> {
   // The stored value, or null when absent. Valid until the collection next changes.
   V const* find(K const& key) const {
     std::size_t const bucket = bucketOf(key, hashOf(key));
-    return bucket == kNoBucket ? nullptr : &slots_[buckets_[bucket].slot].value;
+    return bucket == kNoBucket ? nullptr : &slotAt(buckets_[bucket].slot).value;
   }
 
   // Stores `value` under `key`, replacing what was there; announces it unless nothing changed.
@@ -135,7 +135,7 @@ class Collection : public Impl::KeyedAttribute<Collection<K, V, Hash>, K, V> {
     std::uint32_t const hash = hashOf(key);
     std::size_t const bucket = bucketOf(key, hash);
     if (bucket != kNoBucket) {
-      V& stored = slots_[buckets_[bucket].slot].value;
+      V& stored = slotAt(buckets_[bucket].slot).value;
       if (stored == value) {
         return;
       }
@@ -158,7 +158,7 @@ class Collection : public Impl::KeyedAttribute<Collection<K, V, Hash>, K, V> {
     }
     Position const pos = buckets_[bucket].slot;
     indexErase(bucket);
-    V removed = std::exchange(slots_[pos].value, V{});
+    V removed = std::exchange(slotAt(pos).value, V{});
     releaseSlot(pos);
     --size_;
     this->announce(key);
@@ -168,21 +168,24 @@ class Collection : public Impl::KeyedAttribute<Collection<K, V, Hash>, K, V> {
   // Removes every entry, announcing each removal. Removed child entities are released after the
   // collection is empty.
   void delAll() {
-    std::deque<Slot> removed;
-    removed.swap(slots_);
+    Blocks removed;
+    removed.swap(blocks_);
+    Position const count = slotCount_;
     Position const first = head_;
     std::vector<Bucket>().swap(buckets_);
+    slotCount_ = 0;
     head_ = tail_ = free_ = kNone;
     size_ = 0;
     if (openIterators_ != 0) {
       // Open iterators keep their positions: every slot stays, as a tombstone with its chain.
-      for (Slot const& slot : removed) {
-        slots_.push_back(Slot{slot.key, V{}, free_, slot.next, false});
-        free_ = Position(slots_.size() - 1);
+      for (Position pos = 0; pos < count; ++pos) {
+        Slot const& slot = at(removed, pos);
+        appendSlot() = Slot{slot.key, V{}, free_, slot.next, false};
+        free_ = pos;
       }
     }
-    for (Position pos = first; pos != kNone; pos = removed[pos].next) {
-      this->announce(removed[pos].key);
+    for (Position pos = first; pos != kNone; pos = at(removed, pos).next) {
+      this->announce(at(removed, pos).key);
     }
   }
 
@@ -219,7 +222,7 @@ class Collection : public Impl::KeyedAttribute<Collection<K, V, Hash>, K, V> {
       if (bucket.slot == kNone) {
         return kNoBucket;
       }
-      if (bucket.hash == hash && slots_[bucket.slot].key == key) {
+      if (bucket.hash == hash && slotAt(bucket.slot).key == key) {
         return b;
       }
     }
@@ -270,20 +273,38 @@ class Collection : public Impl::KeyedAttribute<Collection<K, V, Hash>, K, V> {
     }
   }
 
+  using Blocks = std::vector<std::unique_ptr<Slot[]>>;
+  static constexpr Position kBlockBits = 6;
+  static constexpr Position kBlockSize = Position(1) << kBlockBits;
+
+  static Slot& at(Blocks const& blocks, Position pos) {
+    return blocks[pos >> kBlockBits][pos & (kBlockSize - 1)];
+  }
+  Slot& slotAt(Position pos) { return at(blocks_, pos); }
+  Slot const& slotAt(Position pos) const { return at(blocks_, pos); }
+
+  // The slot after the last one used, in a new block when the last block is full.
+  Slot& appendSlot() {
+    if (slotCount_ == blocks_.size() * kBlockSize) {
+      blocks_.push_back(std::make_unique<Slot[]>(kBlockSize));
+    }
+    return slotAt(slotCount_++);
+  }
+
   // A slot for a new entry, chained last: a free one when no iterator is open, else a new one.
   Position takeSlot(K const& key, V value) {
     Position pos = free_;
     if (pos != kNone && openIterators_ == 0) {
-      free_ = slots_[pos].prev;
-      slots_[pos] = Slot{key, std::move(value), tail_, kNone, true};
+      free_ = slotAt(pos).prev;
+      slotAt(pos) = Slot{key, std::move(value), tail_, kNone, true};
     } else {
-      pos = Position(slots_.size());
-      slots_.push_back(Slot{key, std::move(value), tail_, kNone, true});
+      pos = slotCount_;
+      appendSlot() = Slot{key, std::move(value), tail_, kNone, true};
     }
     if (tail_ == kNone) {
       head_ = pos;
     } else {
-      slots_[tail_].next = pos;
+      slotAt(tail_).next = pos;
     }
     tail_ = pos;
     return pos;
@@ -291,23 +312,24 @@ class Collection : public Impl::KeyedAttribute<Collection<K, V, Hash>, K, V> {
 
   // Unchains the slot from the live entries and frees it. Its `next` stays for iterators.
   void releaseSlot(Position pos) {
-    Slot& slot = slots_[pos];
+    Slot& slot = slotAt(pos);
     if (slot.prev == kNone) {
       head_ = slot.next;
     } else {
-      slots_[slot.prev].next = slot.next;
+      slotAt(slot.prev).next = slot.next;
     }
     if (slot.next == kNone) {
       tail_ = slot.prev;
     } else {
-      slots_[slot.next].prev = slot.prev;
+      slotAt(slot.next).prev = slot.prev;
     }
     slot.live = false;
     slot.prev = free_;
     free_ = pos;
   }
 
-  std::deque<Slot> slots_;
+  Blocks blocks_;
+  Position slotCount_ = 0;  // slots used, by entries or tombstones
   std::vector<Bucket> buckets_;
   unsigned homeShift_ = 32;
   Position head_ = kNone;

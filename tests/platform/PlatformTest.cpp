@@ -61,10 +61,16 @@ void checkAgainstMap(bool ordered) {
   auto const owner = entity(), listener = entity(owner.get());
   C collection(*owner, 140);
   std::map<int, int> model;  // 0 for a deleted key
+  std::vector<int> added;    // present keys, in the order they were added
   Heard expected;
   auto const apply = [&](std::pair<int, int> change) {
     auto const [key, value] = change;  // value 0 (half the changes) deletes
     int const old = std::exchange(model[key], value);
+    if (old == 0 && value != 0) {
+      added.push_back(key);
+    } else if (old != 0 && value == 0) {
+      added.erase(std::find(added.begin(), added.end(), key));
+    }
     if (value == 0) {
       RC_ASSERT(collection.del(key) == old);
     } else {
@@ -76,8 +82,16 @@ void checkAgainstMap(bool ordered) {
     RC_ASSERT(listener->heard == expected && collection.get(key) == value);
   };
   std::for_each(before.begin(), before.end(), apply);
-  std::map<int, int> untouched = model;
   std::vector<int> visited;
+  for (auto it = collection.iter(); it; ++it) {
+    visited.push_back(it.key());
+  }
+  if (ordered) {
+    std::sort(added.begin(), added.end());
+  }
+  RC_ASSERT(visited == added);  // an unordered walk keeps the order of addition: traces list it
+  visited.clear();
+  std::map<int, int> untouched = model;
   for (auto it = collection.iter(); it; ++it) {
     RC_ASSERT(collection.has(it.key()) && it.value() == model.at(it.key()));
     visited.push_back(it.key());
@@ -174,6 +188,7 @@ TEST(PlatformDeathTest, BrokenRulesStopTheProcessNamingTheCheck) {
     collection.set(1, 1);
     auto const it = collection.iter();
     collection.del(1);
+    collection.set(2, 2);  // may not take the deleted entry's place
     return it.value();
   };
   EXPECT_DEATH(readDeleted(owner->value), "\"iter_\" at Nubis/Collection:");

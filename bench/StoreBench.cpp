@@ -27,13 +27,13 @@ struct TempDatabase {
 };
 
 // A quiet session whose state is in a database holding one FAP with `count` MACsec subinterfaces
-// (64 per port) and one more port without MACsec.
+// (64 per port, served through their ports, which are the set's members) and one more port without
+// MACsec. A start hands the subinterfaces their indexes again.
 struct StoredSwitch {
   explicit StoredSwitch(std::int64_t count) : ports(count / 64) {
     open();
     session->runLine("chip 1 isec-disabled=65533", false);
-    session->runLine(fmt::format("fap add 1 Ethernet1-{}.1-64 Ethernet{}", ports, ports + 1),
-                     false);
+    session->runLine(fmt::format("fap add 1 Ethernet1-{}", ports + 1), false);
     session->runLine(fmt::format("macsec on Ethernet1-{}.1-64", ports), false);
   }
   // A simulator's start: open, load, a new agent, the first commit.

@@ -10,10 +10,6 @@ namespace OruMacSec::testing {
 
 namespace {
 
-Portix::IntfId portOf(Portix::IntfId intf) {
-  return Portix::IntfId::fromNumbers(intf.portNumber());
-}
-
 Breach breach(std::string duty, std::string detail) {
   return Breach{std::move(duty), std::move(detail)};
 }
@@ -25,7 +21,7 @@ std::set<Portix::IntfId> asked(IndexHelper const& policy, FapInputs const& input
                                IndexFapStatus const* published) {
   std::set<Portix::IntfId> interfaces;
   auto const mayHold = [&](Portix::IntfId intf) {
-    if (inputs.members.count(portOf(intf)) != 0 &&
+    if (inputs.members.count(policy.getParentIntfId(intf)) != 0 &&
         (inputs.macsec.count(intf) != 0 ||
          (policy.useStaticIndexAllocation() && inputs.members.count(intf) != 0))) {
       interfaces.insert(intf);
@@ -65,7 +61,7 @@ std::optional<Breach> checkEngines(IndexHelper const& policy, LogicalFap::Logica
   }
   for (Portix::IntfId const intf : interfaces) {
     U16 const engine = policy.intfIdToEngineInstance(intf);
-    U16 const portEngine = policy.intfIdToEngineInstance(portOf(intf));
+    U16 const portEngine = policy.intfIdToEngineInstance(policy.getParentIntfId(intf));
     if (engine != portEngine) {
       return breach("a port and its subinterfaces share an engine",
                     fmt::format("FAP {} puts {} on engine {} and its port on engine {}", fap, intf,

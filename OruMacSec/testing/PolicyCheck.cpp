@@ -20,10 +20,6 @@ namespace {
 
 using Kind = Event::Kind;
 
-Portix::IntfId portOf(Portix::IntfId intf) {
-  return Portix::IntfId::fromNumbers(intf.portNumber());
-}
-
 struct Failure {
   bool duty = false;
   std::string rule;
@@ -256,18 +252,18 @@ class Run : public Vok::LogSink {
       if (!published) {
         continue;
       }
+      auto const policy = host_.agent->getIndexHelper(fap.key());
       for (auto record = published->esecIndexInfoIter(); record; ++record) {
         Portix::IntfId const intf = record.key().intfId();
-        if (!members.intfIdHas(intf) || !members.intfIdHas(portOf(intf))) {
+        if (!members.intfIdHas(intf) || !members.intfIdHas(policy->getParentIntfId(intf))) {
           return false;
         }
       }
-      auto const policy = host_.agent->getIndexHelper(fap.key());
       if (!policy->useStaticIndexAllocation()) {
         continue;
       }
       for (auto member = members.intfIdIter(); member; ++member) {
-        if (members.intfIdHas(portOf(member.key())) &&
+        if (members.intfIdHas(policy->getParentIntfId(member.key())) &&
             !published->esecIndexInfoHas(SecIntfId(member.key())) &&
             policy->staticIndex(member.key()) <= policy->isecDisabledIndex()) {
           return false;
@@ -341,7 +337,7 @@ class Run : public Vok::LogSink {
       return status.esecIndexInfoHas(SecIntfId(intf));
     };
     auto const eligible = [&](Portix::IntfId intf) {
-      return members.intfIdHas(portOf(intf)) && host_.macsec->cpStatusHas(intf);
+      return members.intfIdHas(policy.getParentIntfId(intf)) && host_.macsec->cpStatusHas(intf);
     };
     // Refusals that no longer stand: the interface got its indexes or its inputs changed.
     for (auto it = refused_.begin(); it != refused_.end();) {
@@ -386,10 +382,11 @@ class Run : public Vok::LogSink {
       Portix::IntfId const port = record.key().intfId();
       bool served = false;
       for (auto holder = status.esecIndexInfoIter(); holder; ++holder) {
-        served = served || (holder.key().intfId() != port && portOf(holder.key().intfId()) == port);
+        served = served || (holder.key().intfId() != port &&
+                            policy.getParentIntfId(holder.key().intfId()) == port);
       }
       for (auto const& [id, intf] : refused_) {
-        served = served || (id == fap && portOf(intf) == port);
+        served = served || (id == fap && policy.getParentIntfId(intf) == port);
       }
       if (!served) {
         return invariant("a disabled entry serves a subinterface",
@@ -694,6 +691,7 @@ Report checkPolicy(Nubis::Ptr<IndexHelper> const& policy, CheckOptions options) 
 
 Report replay(PolicyFactory const& factory, std::vector<std::string> const& history) {
   std::vector<Event> events;
+  events.reserve(history.size());
   for (auto const& line : history) {
     events.push_back(Event::parse(line));
   }

@@ -1,5 +1,5 @@
-// A host of the index manager for tests: the shared input state, the published status, a chip
-// policy per logical FAP that a test configures, and the IndexSm derivation that hands them out.
+// A host of the index manager for the project's tests: the testing kit's host, with a chip policy
+// per logical FAP that a test configures, and shorthands for its inputs and published records.
 #pragma once
 
 #include <functional>

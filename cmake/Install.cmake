@@ -1,6 +1,6 @@
-# Install rules: the headers a host compiles against (the state machines, the published records
-# and the runtime layer they include), the three libraries with an exported target set, the
-# package configuration for find_package(OruMacSec) and a pkg-config file.
+# Install rules: the headers a host compiles against (the state machines, the published records,
+# the testing kit and the runtime layer they include), the four libraries with an exported target
+# set, the package configuration for find_package(OruMacSec) and the pkg-config files.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -12,7 +12,7 @@ foreach(folder OruMacSec platform)
           FILES_MATCHING PATTERN "*.h")
 endforeach()
 
-install(TARGETS orumacsec_platform orumacsec_types orumacsec_indexsm
+install(TARGETS orumacsec_platform orumacsec_types orumacsec_indexsm orumacsec_testing
         EXPORT OruMacSecTargets
         ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
         INCLUDES DESTINATION "${ORUMACSEC_INCLUDE_DIR}")
@@ -30,5 +30,9 @@ install(FILES "${PROJECT_BINARY_DIR}/OruMacSecConfig.cmake"
 
 # The prefix as a path from the .pc file's own folder, so that an installed copy may move.
 string(REGEX REPLACE "[^/]+" ".." ORUMACSEC_PC_UP "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
-configure_file(cmake/orumacsec.pc.in "${PROJECT_BINARY_DIR}/orumacsec.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/orumacsec.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+# No -std flag: the consumer's standard wins (C++17 or later); CMake consumers get cxx_std_17 from
+# the targets' compile features.
+foreach(pc orumacsec orumacsec-testing)
+  configure_file(cmake/${pc}.pc.in "${PROJECT_BINARY_DIR}/${pc}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${pc}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endforeach()

@@ -6,40 +6,28 @@
 // the agent and starts a new one over the same state: the records, and so the indexes the
 // hardware was programmed with, stay as they were.
 #include <cstdio>
-#include <string>
 
 #include "OruMacSec/OruMacSecIndexSm.h"
+#include "TwoEngineChip.h"
 
 namespace {
 
-// The chip layer: a chip with two engines of 64-entry tables; even ports on engine 0, odd ports
-// on engine 1 (a port and its subinterfaces share an engine), the lowest free entry for each
-// interface, and one egress disabled index shared by all ports.
-class TwoEngineChip : public OruMacSec::IndexHelper {
- public:
-  explicit TwoEngineChip(LogicalFap::LogicalFapId fapId)
-      : IndexHelper(fapId, /*isecDisabledIndex=*/64, /*esecDisabledIndex=*/64) {}
-
-  U16 numEngineInstances() const override { return 2; }
-  U16 intfIdToEngineInstance(Portix::IntfId intfId) const override {
-    return U16(intfId.portNumber() % 2);
-  }
-  bool useStaticIndexAllocation() const override { return false; }
-  U16 staticIndex(Portix::IntfId) const override {
-    return OruMacSec::TableIndex::invalid().value();
-  }
-  bool esecDisabledIndexPerPortRequired() const override { return false; }
-};
-
-// The host's index manager: it hands each logical FAP its chip layer.
+// The host's index manager: it hands each logical FAP its chip policy. A FAP keeps the object it
+// is served with for as long as it is served (a new one would be refused); a FAP not served, or
+// served anew by a new agent, gets a new one.
 class Agent : public OruMacSec::IndexSm {
  public:
   using IndexSm::IndexSm;
   Nubis::Ptr<OruMacSec::IndexHelper> getIndexHelper(LogicalFap::LogicalFapId fapId) override {
+    if (auto const served = indexFapSm(fapId)) {
+      return served->indexHelper();
+    }
     return Nubis::Ptr<OruMacSec::IndexHelper>(new TwoEngineChip(fapId));
   }
 };
 
+// Starting an agent: notifications on, then its start-up, which keeps what earlier agents
+// published. Stopping it is dropping the last reference.
 Nubis::Ptr<Agent> startAgent(Nubis::Ptr<LogicalFap::LogicalFapOrderedCol> const& faps,
                              Nubis::Ptr<OruMacSec::IndexStatus> const& status,
                              Nubis::Ptr<Macsec::Status> const& macsec) {
@@ -49,14 +37,17 @@ Nubis::Ptr<Agent> startAgent(Nubis::Ptr<LogicalFap::LogicalFapOrderedCol> const&
   return agent;
 }
 
+// Walks a FAP's published egress records (key(): the interface, value(): the record) and reads
+// each one's ingress partner. Iteration order carries no meaning.
 void printRecords(OruMacSec::IndexStatus const& status, LogicalFap::LogicalFapId fapId) {
   auto const fap = status.indexFapStatus(fapId);
   std::printf("  interface      engine  egress SC  ingress SC  ingress SP  sub-port\n");
   for (auto egress = fap->esecIndexInfoIter(); egress; ++egress) {
+    Portix::IntfId const intf = egress.key().intfId();
+    OruMacSec::EsecIndexInfo const& record = egress.value();
     OruMacSec::IsecIndexInfo const ingress = fap->isecIndexInfo(egress.key());
-    std::printf("  %-13s  %6u  %9u  %10u  %10u  %8u\n",
-                Portix::valueToStrep(egress.key().intfId()).c_str(),
-                unsigned(egress->engineInstance()), unsigned(egress->esecScIndex().value()),
+    std::printf("  %-13s  %6u  %9u  %10u  %10u  %8u\n", Portix::valueToStrep(intf).c_str(),
+                unsigned(record.engineInstance()), unsigned(record.esecScIndex().value()),
                 unsigned(ingress.isecScIndex().value()), unsigned(ingress.isecSpIndex().value()),
                 unsigned(ingress.msSubportNum().value()));
   }
@@ -72,14 +63,24 @@ int main() {
 
   Nubis::Ptr<Agent> agent = startAgent(faps, status, macsec);
 
+  // Interfaces are named by numbers: Ethernet<port>, or Ethernet<port>.<sub> (the text form
+  // parses too: Portix::IntfId("Ethernet2.1")).
+  Portix::IntfId const ethernet1 = Portix::IntfId::fromNumbers(1);
+  Portix::IntfId const ethernet2 = Portix::IntfId::fromNumbers(2);
+  Portix::IntfId const ethernet2dot1 = Portix::IntfId::fromNumbers(2, 1);
+  Portix::IntfId const ethernet3 = Portix::IntfId::fromNumbers(3);
+
   LogicalFap::LogicalFapId const fapId(1);
   auto const interfaces = faps->logicalFapIs(fapId);
-  for (char const* name : {"Ethernet1", "Ethernet2", "Ethernet2.1", "Ethernet3"}) {
-    interfaces->intfIdIs(Portix::IntfId(name));
+  for (Portix::IntfId const intf : {ethernet1, ethernet2, ethernet2dot1, ethernet3}) {
+    interfaces->intfIdIs(intf);
   }
-  for (char const* name : {"Ethernet1", "Ethernet2.1", "Ethernet3"}) {
-    macsec->cpStatusIs(Portix::IntfId(name));
+  for (Portix::IntfId const intf : {ethernet1, ethernet2dot1, ethernet3}) {
+    macsec->cpStatusIs(intf);
   }
+  // The FAP's entry announced again, as the agent that owns the collection may do: the FAP keeps
+  // its policy object.
+  agent->handleLogicalFapId(fapId);
   std::printf("published by the first agent:\n");
   printRecords(*status, fapId);
 

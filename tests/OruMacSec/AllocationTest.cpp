@@ -77,7 +77,7 @@ TEST_F(AllocationTest, ReleaseFreesOnlyWhatExistingRecordsNameInThePolicysEngine
   engine0()->esecScIndex()->allocateIndex(7);
   host.fapSm(1)->deallocateIndexesForIntf(intf("Ethernet4"));
   EXPECT_FALSE(host.esec(1, "Ethernet4"));
-  EXPECT_EQ(testsupport::bookingDump(*host.sm),
+  EXPECT_EQ(testsupport::bookingDump(*host.agent),
             "fap 1 engine 0 esecSc 0 255 | isecSc 0 | isecSp 0 255 | subport 0 255\n"
             "fap 1 engine 1 esecSc 255 | isecSc | isecSp 255 | subport 255\n");
   status->esecIndexInfoIs(esecRecord("Ethernet4", 7, 0));
@@ -146,7 +146,7 @@ TEST(StaticAllocation, TablesRefuseWhatTheyHoldAndNothingBeyondThemIsPublished) 
             "fap 1 Ethernet4 egress 255 engine 0\n"
             "fap 1 Ethernet4 ingress sp 255 subport 255 sc 255 engine 0\n"
             "fap 1 engines 2 esec 255 isec 255\n");
-  EXPECT_EQ(testsupport::bookingDump(*host.sm),
+  EXPECT_EQ(testsupport::bookingDump(*host.agent),
             "fap 1 engine 0 esecSc 7 255 | isecSc 7 255 | isecSp 7 255 | subport 7 255\n"
             "fap 1 engine 1 esecSc 255 | isecSc | isecSp 255 | subport 255\n");
 

@@ -25,38 +25,38 @@ class LifecycleTest : public testsupport::HostTest {
 TEST_F(LifecycleTest, IndexSmFollowsFapsFromConstructionUntilSwitchedOffOrZombie) {
   host.addFap(1);
   // Built, never switched on: the constructor's own subscription serves a FAP that arrives.
-  host.sm = Nubis::Ptr<TestIndexSm>(new TestIndexSm(host.faps, host.status, host.macsec));
+  host.agent = Nubis::Ptr<TestIndexSm>(new TestIndexSm(host.faps, host.status, host.macsec));
   host.addFap(2);
   EXPECT_TRUE(host.fapSm(2));
   EXPECT_FALSE(host.fapSm(1)) << "present before: waits for handleInitialized";
-  host.sm->handleInitialized();
+  host.agent->handleInitialized();
   EXPECT_TRUE(host.fapSm(1));
-  host.sm->hasNotificationActiveIs(true);
+  host.agent->hasNotificationActiveIs(true);
   EXPECT_EQ(followers(*host.faps), 1u) << "switching on follows once";
 
-  host.sm->hasNotificationActiveIs(false);
+  host.agent->hasNotificationActiveIs(false);
   EXPECT_EQ(followers(*host.faps), 0u);
   EXPECT_EQ(followers(*host.macsec), 0u) << "passed on to every FAP";
   EXPECT_FALSE(host.fapSm(1)->hasNotificationActive());
   host.addFap(3);
   EXPECT_FALSE(host.fapSm(3));
 
-  host.sm->hasNotificationActiveIs(true);
+  host.agent->hasNotificationActiveIs(true);
   EXPECT_TRUE(host.fapSm(2)->hasNotificationActive());
   EXPECT_EQ(followers(*host.macsec), 2u);
   host.addFap(4);
   EXPECT_TRUE(host.fapSm(4)) << "followed again";
 
-  host.sm->vokDoZombieReactors(true);
+  host.agent->vokDoZombieReactors(true);
   host.addFap(5);
-  host.sm->vokDoZombieReactors(false);
+  host.agent->vokDoZombieReactors(false);
   host.addFap(6);
   EXPECT_FALSE(host.fapSm(5)) << "a zombie handles nothing, and nothing is replayed";
   EXPECT_TRUE(host.fapSm(6));
 
   // Never switched on, destroyed: its subscription goes with it.
   host.stop();
-  host.sm = Nubis::Ptr<TestIndexSm>(new TestIndexSm(host.faps, host.status, host.macsec));
+  host.agent = Nubis::Ptr<TestIndexSm>(new TestIndexSm(host.faps, host.status, host.macsec));
   host.stop();
   EXPECT_EQ(followers(*host.faps), 0u);
   Nubis::Ptr<TestIndexSm> detached(new TestIndexSm(nullptr, nullptr, nullptr));
@@ -145,16 +145,26 @@ TEST_F(LifecycleTest, BrokenHostContractsStopTheProcess) {
         },
         expression);
   }
-  // A new policy object for a served FAP, as if another agent rewrote the FAP's entry.
-  host.sm->policies[1] = Nubis::Ptr<TestPolicy>(new TestPolicy(fap(1), {}));
-  EXPECT_DEATH(host.faps->publisher()->notify(LogicalFap::LogicalFapOrderedCol::kLogicalFapAttr,
-                                              Nubis::Key::of(fap(1))),
-               "cannot reinstantiate IndexFapSm: attribute indexHelper");
+  // A chip layer that makes a new policy object on every call, for a FAP already served.
+  EXPECT_DEATH(
+      {
+        struct Fickle : TestIndexSm {
+          using TestIndexSm::TestIndexSm;
+          Nubis::Ptr<OruMacSec::IndexHelper> getIndexHelper(LogicalFap::LogicalFapId id) override {
+            return Nubis::Ptr<OruMacSec::IndexHelper>(new TestPolicy(id, {}));
+          }
+        };
+        Nubis::Ptr<Fickle> sm(new Fickle(host.faps, host.status, host.macsec));
+        sm->handleInitialized();
+        host.faps->publisher()->notify(LogicalFap::LogicalFapOrderedCol::kLogicalFapAttr,
+                                       Nubis::Key::of(fap(1)));
+      },
+      "cannot reinstantiate IndexFapSm: attribute indexHelper");
   EXPECT_THAT(
-      [&] { host.sm->indexFapSmIs(fap(1), nullptr, nullptr, nullptr, nullptr); },
+      [&] { host.agent->indexFapSmIs(fap(1), nullptr, nullptr, nullptr, nullptr); },
       testing::ThrowsMessage<Vok::MutatorReinstantiatingError>(testing::HasSubstr("intfIdCol")));
-  EXPECT_EQ(host.sm->indexFapSmIs(fap(1), machine->intfIdCol(), machine->macsecStatus(),
-                                  machine->indexFapStatus(), machine->indexHelper()),
+  EXPECT_EQ(host.agent->indexFapSmIs(fap(1), machine->intfIdCol(), machine->macsecStatus(),
+                                     machine->indexFapStatus(), machine->indexHelper()),
             machine);
   // Published status with an egress record whose partner is missing, which the start-up cleanup
   // removes before any rebuild.

@@ -1,5 +1,5 @@
-// A host of the index manager for tests: the shared input state, the published status, a chip
-// policy per logical FAP that a test configures, and the IndexSm derivation that hands them out.
+// A host of the index manager for the project's tests: the testing kit's host, with a chip policy
+// per logical FAP that a test configures, and shorthands for its inputs and published records.
 #pragma once
 
 #include <functional>
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "OruMacSec/OruMacSecIndexSm.h"
+#include "OruMacSec/testing/Host.h"
 
 namespace testsupport {
 
@@ -79,40 +80,34 @@ class TestPolicy : public OruMacSec::IndexHelper {
   ChipConfig config_;
 };
 
-// Hands out one policy object per FAP, made from the configuration the test set for that FAP
-// (or a default one), and keeps it until the test replaces it.
-class TestIndexSm : public OruMacSec::IndexSm {
+// Makes each FAP's policy from the configuration given for it, or a default one.
+inline OruMacSec::testing::PolicyFactory policiesFrom(std::map<U16, ChipConfig> configs) {
+  return [configs = std::move(configs)](LogicalFap::LogicalFapId id) {
+    auto const found = configs.find(id.value());
+    return Nubis::Ptr<OruMacSec::IndexHelper>(
+        new TestPolicy(id, found == configs.end() ? ChipConfig() : found->second));
+  };
+}
+
+// The kit's agent, with the policies of the configurations given when it is made.
+class TestIndexSm : public OruMacSec::testing::PolicyIndexSm {
  public:
-  using IndexSm::IndexSm;
-
-  Nubis::Ptr<OruMacSec::IndexHelper> getIndexHelper(LogicalFap::LogicalFapId id) override {
-    auto& policy = policies[id.value()];
-    if (!policy) {
-      policy = Nubis::Ptr<TestPolicy>(new TestPolicy(id, configs[id.value()]));
-    }
-    return policy;
-  }
-
-  std::map<U16, ChipConfig> configs;
-  std::map<U16, Nubis::Ptr<TestPolicy>> policies;
+  TestIndexSm(Nubis::Ptr<LogicalFap::LogicalFapOrderedCol const> const& faps,
+              Nubis::Ptr<OruMacSec::IndexStatus> const& status,
+              Nubis::Ptr<Macsec::Status const> const& macsec,
+              std::map<U16, ChipConfig> configs = {})
+      : PolicyIndexSm(faps, status, macsec, policiesFrom(std::move(configs))) {}
 };
 
-// The shared state of a switch and, while started, the agent's IndexSm over it.
-struct IndexHost {
-  Nubis::Ptr<LogicalFap::LogicalFapOrderedCol> faps{new LogicalFap::LogicalFapOrderedCol};
-  Nubis::Ptr<Macsec::Status> macsec{new Macsec::Status};
-  Nubis::Ptr<OruMacSec::IndexStatus> status{new OruMacSec::IndexStatus};
-  Nubis::Ptr<TestIndexSm> sm;
+// The kit's host, with the configured chips and shorthands for its inputs and state.
+struct IndexHost : OruMacSec::testing::Host {
   std::map<U16, ChipConfig> configs;
 
   // Builds the agent with the configured chips and starts it.
   void start() {
-    sm = Nubis::Ptr<TestIndexSm>(new TestIndexSm(faps, status, macsec));
-    sm->configs = configs;
-    sm->hasNotificationActiveIs(true);
-    sm->handleInitialized();
+    agent = Nubis::Ptr<TestIndexSm>(new TestIndexSm(faps, status, macsec, configs));
+    Host::start();
   }
-  void stop() { sm = nullptr; }
 
   Nubis::Ptr<LogicalFap::IntfIdOrderedCol> addFap(U16 id,
                                                   std::vector<std::string> const& names = {}) {
@@ -132,7 +127,7 @@ struct IndexHost {
   Nubis::Ptr<OruMacSec::IndexFapStatus> fapStatus(U16 id) const {
     return status->indexFapStatus(fap(id));
   }
-  Nubis::Ptr<OruMacSec::IndexFapSm> fapSm(U16 id) const { return sm->indexFapSm(fap(id)); }
+  Nubis::Ptr<OruMacSec::IndexFapSm> fapSm(U16 id) const { return agent->indexFapSm(fap(id)); }
   Nubis::Ptr<OruMacSec::EngineResources> engine(U16 id, U16 engineInstance) const {
     return fapSm(id)->oruMacSecEngineResources(engineInstance);
   }

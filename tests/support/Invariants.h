@@ -1,25 +1,12 @@
-// The invariants of index management, checked against a running agent: what must hold whenever
-// no handler runs, whatever happened before. Shared by the randomized model test and the fuzz
-// target; each check returns the problems it found as sentences (none when all is well).
+// The invariant checks of the testing kit, under the names the simulator's tests and the fuzz
+// target use.
 #pragma once
 
-#include <string>
-#include <vector>
-
-#include "OruMacSec/OruMacSecIndexSm.h"
+#include "OruMacSec/testing/Invariants.h"
 
 namespace testsupport {
 
-// One served FAP: its records come in egress/ingress pairs on one engine (the policy's) and name
-// no unused or invalid index; within each engine no entry is named twice (reserved disabled
-// indexes included) and each table books exactly the named entries; the per-port count of served
-// subinterfaces agrees with the records; on a dynamic chip an interface holds records only while
-// its port is in the set and it has MACsec; disabled entries exist only on per-port chips, for
-// ports without an egress record of their own.
-std::vector<std::string> checkFap(OruMacSec::IndexFapSm const& machine);
-
-// The whole agent: a FAP is served, with published status, exactly when it is in the collection,
-// and every served FAP passes checkFap.
-std::vector<std::string> checkAgent(OruMacSec::IndexSm const& agent);
+using OruMacSec::testing::checkAgent;
+using OruMacSec::testing::checkFap;
 
 }  // namespace testsupport

@@ -1,25 +1,23 @@
-#include "support/Invariants.h"
+#include "OruMacSec/testing/Invariants.h"
 
 #include <fmt/format.h>
 #include <array>
 #include <map>
 #include <set>
 
-namespace testsupport {
+namespace OruMacSec::testing {
 
 namespace {
-
-using OruMacSec::TableIndex;
 
 bool names(TableIndex index) {
   return index != TableIndex::unused() && index != TableIndex::invalid();
 }
 
-std::string fapName(OruMacSec::IndexFapSm const& machine) {
+std::string fapName(IndexFapSm const& machine) {
   return fmt::format("FAP {}", machine.logicalFapId().value());
 }
 
-void checkRecords(OruMacSec::IndexFapSm const& machine, std::vector<std::string>& problems) {
+void checkRecords(IndexFapSm const& machine, std::vector<std::string>& problems) {
   auto const& status = *machine.indexFapStatus();
   auto const& policy = *machine.indexHelper();
   std::string const fap = fapName(machine);
@@ -79,7 +77,7 @@ void checkRecords(OruMacSec::IndexFapSm const& machine, std::vector<std::string>
   }
 }
 
-void checkBookings(OruMacSec::IndexFapSm const& machine, std::vector<std::string>& problems) {
+void checkBookings(IndexFapSm const& machine, std::vector<std::string>& problems) {
   auto const& status = *machine.indexFapStatus();
   auto const& policy = *machine.indexHelper();
   // Per engine, per table (egress SC, ingress SC, ingress SP, sub-port): the entries named.
@@ -112,9 +110,9 @@ void checkBookings(OruMacSec::IndexFapSm const& machine, std::vector<std::string
           fmt::format("{}: records name engine {}, which does not exist", fap, engine));
       continue;
     }
-    Nubis::Ptr<OruMacSec::TableResources> const actual[] = {
-        resources->esecScIndex(), resources->isecScIndex(), resources->isecSpIndex(),
-        resources->msSubportNum()};
+    Nubis::Ptr<TableResources> const actual[] = {resources->esecScIndex(), resources->isecScIndex(),
+                                                 resources->isecSpIndex(),
+                                                 resources->msSubportNum()};
     for (std::size_t t = 0; t < 4; ++t) {
       std::set<U16> const distinct(tables[t].begin(), tables[t].end());
       if (distinct.size() != tables[t].size()) {
@@ -135,14 +133,14 @@ void checkBookings(OruMacSec::IndexFapSm const& machine, std::vector<std::string
 
 }  // namespace
 
-std::vector<std::string> checkFap(OruMacSec::IndexFapSm const& machine) {
+std::vector<std::string> checkFap(IndexFapSm const& machine) {
   std::vector<std::string> problems;
   checkRecords(machine, problems);
   checkBookings(machine, problems);
   return problems;
 }
 
-std::vector<std::string> checkAgent(OruMacSec::IndexSm const& agent) {
+std::vector<std::string> checkAgent(IndexSm const& agent) {
   std::vector<std::string> problems;
   auto const& faps = *agent.logicalFapCol();
   auto const& status = *agent.indexStatus();
@@ -164,4 +162,4 @@ std::vector<std::string> checkAgent(OruMacSec::IndexSm const& agent) {
   return problems;
 }
 
-}  // namespace testsupport
+}  // namespace OruMacSec::testing

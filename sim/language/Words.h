@@ -35,7 +35,7 @@ std::uint64_t number(std::string_view text, std::uint64_t low, std::uint64_t hig
 // "yes" or "no"; `what` names the value in the error.
 bool yesNo(std::string_view text, std::string_view what);
 
-// Trace levels: "off", "all", or a comma list of levels and ranges ("1,4", "0-9").
+// Trace levels: "all", or a comma list of levels and ranges ("1,4", "0-9").
 Vok::TraceLevelMask traceLevels(std::string_view text);
 
 // The interfaces a name, range or list stands for, in the order written. At most kMaxRange.

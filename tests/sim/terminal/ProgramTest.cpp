@@ -165,6 +165,9 @@ TEST(SimProgram, StopsWithTheCauseWhenTheDiskIsFull) {
                                     "database or disk is full \\(SQLITE_FULL\\))\n$"));
   std::ofstream(scenario) << "show\n";
   EXPECT_EQ(runShell("--state " + db + " " + scenario).first, 0);
+  // What the database holds goes out as JSON to a reader.
+  EXPECT_THAT(runShell("--state " + db + " --read-only --export -"),
+              Pair(0, ContainsRegex("\"format\": \"macsec-index-sim state\"")));
   removeDatabase();
   std::remove(scenario.c_str());
 }

@@ -157,8 +157,8 @@ TEST(SimProgram, StopsWithTheCauseWhenTheDiskIsFull) {
       out << "macsec on Ethernet" << port << "\n";
     }
   }
-  auto const [status, output] = runShell("--state " + db + " " + scenario,
-                                         "trap '' XFSZ; ulimit -f 256; ");
+  auto const [status, output] =
+      runShell("--state " + db + " " + scenario, "trap '' XFSZ; ulimit -f 256; ");
   EXPECT_EQ(status, 1);
   EXPECT_THAT(output, ContainsRegex("\n> macsec on Ethernet[0-9]+\nerror: state database " + db +
                                     ": cannot write: (disk I/O error \\(SQLITE_IOERR_WRITE\\)|"

@@ -2,7 +2,7 @@
 //
 // The store plays the part of the switch's state database: it holds the chip policies, the
 // logical FAPs with their interface sets, the MACsec status and the published index status, one
-// table each (see kSchema in Store.cpp and the README). A writer follows the host's shared
+// table each (see kSchema in Store.cpp and docs/store.md). A writer follows the host's shared
 // entities through their change notifications, as any other reader of the shared state would,
 // keeps the keys that changed and writes only those rows, one transaction per commit(): after a
 // crash the database holds the state as of some commit, never part of one.

@@ -14,11 +14,11 @@ std::string name(Portix::IntfId id) {
   return Portix::valueToStrep(id);
 }
 
+}  // namespace
+
 Portix::IntfId portOf(Portix::IntfId intf) {
   return Portix::SubIntfId::isSubIntfId(intf) ? Portix::SubIntfId::parentIntfId(intf) : intf;
 }
-
-}  // namespace
 
 // The agent's index manager: hands each logical FAP a chip policy made from the switch's
 // configuration when the FAP is first served, and the same object for as long as it is served.

@@ -23,6 +23,9 @@
 
 namespace sim {
 
+// The port of an interface; a port is its own.
+Portix::IntfId portOf(Portix::IntfId intf);
+
 // A change the switch refuses; nothing was changed.
 class RefusedError : public std::runtime_error {
  public:

@@ -40,7 +40,7 @@ std::string printable(std::string_view text) {
 Session::Session(SessionOptions const& options, std::ostream& out, std::ostream& err)
     : err_(err),
       transcript_(out, options.format),
-      sinks_(std::make_unique<TranscriptSinks>(transcript_)),
+      sinks_(transcript_),
       readOnly_(options.readOnly) {
   if (!options.statePath.empty()) {
     store_ = std::make_unique<Store>(options.statePath,

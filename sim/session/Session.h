@@ -75,7 +75,7 @@ class Session {
   std::ostream& err_;
   Switch host_;
   Transcript transcript_;
-  std::unique_ptr<TranscriptSinks> sinks_;
+  TranscriptSinks sinks_;
   ResourceMonitor monitor_;
   std::unique_ptr<Store> store_;
   bool const readOnly_;

@@ -10,10 +10,6 @@ namespace {
 
 using OruMacSec::EngineTable;
 
-Portix::IntfId portOf(Portix::IntfId intf) {
-  return Portix::SubIntfId::isSubIntfId(intf) ? Portix::SubIntfId::parentIntfId(intf) : intf;
-}
-
 bool holdsRecords(Switch const& host, U16 fapId, Portix::IntfId intf) {
   auto const status = host.status().indexFapStatus(LogicalFap::LogicalFapId(fapId));
   OruMacSec::SecIntfId const id(intf);
@@ -26,13 +22,14 @@ std::optional<U16> holdingFap(Switch const& host, Portix::IntfId intf, std::opti
   if (serving && holdsRecords(host, *serving, intf)) {
     return serving;
   }
-  std::set<U16> holding;
+  std::optional<U16> lowest;
   for (auto fap = host.status().indexFapStatusIter(); fap; ++fap) {
-    if (holdsRecords(host, fap.key().value(), intf)) {
-      holding.insert(fap.key().value());
+    U16 const id = fap.key().value();
+    if ((!lowest || id < *lowest) && holdsRecords(host, id, intf)) {
+      lowest = id;
     }
   }
-  return holding.empty() ? std::nullopt : std::optional<U16>(*holding.begin());
+  return lowest;
 }
 
 bool shouldHold(Switch const& host, U16 servingFap, Portix::IntfId intf) {

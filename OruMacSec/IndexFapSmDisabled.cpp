@@ -4,6 +4,7 @@
 // hold indexes and it holds none; the entry is published in esecLoopbackDisabledIndexInfo under
 // the port. The published record and the table's booking are the only record of it.
 #include "OruMacSec/IndexFapSm.h"
+#include "OruMacSec/NamedEntries.h"
 #include "OruMacSec/OruMacSecTrace.h"
 
 namespace OruMacSec {
@@ -39,15 +40,7 @@ TableIndex IndexFapSm::maybeAllocateEsecDisabledIndex(Portix::IntfId intfId) {
 }
 
 bool IndexFapSm::needsEsecDisabledIndex(Portix::IntfId intfId) const {
-  if (!indexHelper_->esecDisabledIndexPerPortRequired() ||
-      !Portix::SubIntfId::isSubIntfId(intfId)) {
-    return false;
-  }
-  // An existing disabled entry is shared by all subinterfaces; a port with its own egress record
-  // needs none.
-  SecIntfId const portKey(Portix::SubIntfId::parentIntfId(intfId));
-  return !indexFapStatus_->esecLoopbackDisabledIndexInfoHas(portKey) &&
-         !indexFapStatus_->esecIndexInfoHas(portKey);
+  return needsEsecDisabledEntry(*indexFapStatus_, *indexHelper_, intfId);
 }
 
 void IndexFapSm::addIntfToEsecLoopbackDisabledIndexInfo(Portix::IntfId intfId) {

@@ -17,6 +17,7 @@
 #include <optional>
 
 #include "OruMacSec/IndexSet.h"
+#include "OruMacSec/types/EngineTable.h"
 #include "OruMacSec/types/TableIndex.h"
 #include "platform/Nubis/Node.h"
 #include "platform/Vok/Types.h"
@@ -56,9 +57,7 @@ class TableResources : public Nubis::Node {
 
   // How many entries the search can still hand out before the table counts as full: maxIndex
   // less the entries recorded, or 0. getNextFreeIndex() is invalid() exactly when it is 0.
-  std::size_t freeIndexCount() const {
-    return allocatedIndex_.size() >= maxIndex_ ? 0 : maxIndex_ - allocatedIndex_.size();
-  }
+  std::size_t freeIndexCount() const { return freeEntryCount(allocatedIndex_.size(), maxIndex_); }
 
   // Records `index` as in use and returns it; invalid() (table unchanged) if it already was.
   TableIndex allocateIndex(U16 index);

@@ -1,4 +1,5 @@
 // macsec-index-sim: runs the MACsec index manager in a simulated switch, driven by scenarios.
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -6,18 +7,24 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "sim/language/Words.h"
+#include "sim/model/Clock.h"
 #include "sim/session/Commands.h"
 #include "sim/session/Completion.h"
 #include "sim/session/Session.h"
+#include "sim/store/Feed.h"
 #include "sim/store/StateJson.h"
 #include "sim/terminal/Terminal.h"
 
@@ -53,6 +60,14 @@ Options:
   --export <json>    writes the shared state as JSON once the commands ran ("-": standard output).
   --json             writes the whole transcript as JSON, one object per line (JSON Lines): the
                      commands, log messages, traces, warnings, events and views.
+  --follow           with --state: prints the database's change feed as JSON Lines, every change
+                     of the published records and every threshold event as writers commit them,
+                     until killed; from now on, or after --since <seq>. Runs no commands.
+  --since <seq>      with --follow: starts after the entry <seq> (0: from the oldest kept).
+  --clock <time>     pins the clock (RFC 3339, e.g. 2026-01-01T00:00:00Z): the first command
+                     runs at <time> and each one after it a second later, so that times in
+                     events and high-watermarks repeat from run to run. The environment variable
+                     MACSEC_INDEX_SIM_CLOCK does the same; the option wins.
   --help             prints this text and the commands.
   --version          prints the version.
 With --import or --export and no scenario file, no commands are read and the agent does not start:
@@ -66,7 +81,8 @@ at its end) or a file or the state database could not be read or written; 2 for 
 
 struct Options {
   sim::SessionOptions session;
-  bool json = false;
+  bool follow = false;
+  std::optional<std::int64_t> since;
   std::string exportPath;
   std::vector<std::string> files;
 };
@@ -112,6 +128,7 @@ int parseOptions(int argc, char** argv, Options& options) {
     return 2;
   };
   sim::SessionOptions& session = options.session;
+  std::string clock;
   for (int i = 1; i < argc; ++i) {
     std::string const argument = argv[i];
     if (argument == "--help" || argument == "-h") {
@@ -130,17 +147,28 @@ int parseOptions(int argc, char** argv, Options& options) {
       session.readOnly = true;
       continue;
     }
+    if (argument == "--follow") {
+      options.follow = true;
+      continue;
+    }
     std::string* const value = argument == "--state"    ? &session.statePath
                                : argument == "--import" ? &session.importPath
                                : argument == "--export" ? &options.exportPath
+                               : argument == "--clock"  ? &clock
                                                         : nullptr;
-    if (value != nullptr || argument == "--synchronous") {
+    if (value != nullptr || argument == "--synchronous" || argument == "--since") {
       if (i + 1 == argc) {
         return usageError(argument + " needs a value");
       }
       std::string const given = argv[++i];
       if (value != nullptr) {
         *value = given;
+      } else if (argument == "--since") {
+        try {
+          options.since = std::int64_t(sim::number(given, 0, INT64_MAX, "--since"));
+        } catch (std::exception const& error) {
+          return usageError(error.what());
+        }
       } else if (given == "normal" || given == "full") {
         session.sync = given == "full" ? sim::Store::Sync::kFull : sim::Store::Sync::kNormal;
       } else {
@@ -156,10 +184,37 @@ int parseOptions(int argc, char** argv, Options& options) {
   if (session.readOnly && (session.statePath.empty() || !session.importPath.empty())) {
     return usageError("--read-only reads a --state database and cannot --import into it");
   }
+  if (options.follow && (session.statePath.empty() || !session.importPath.empty() ||
+                         !options.exportPath.empty() || !options.files.empty())) {
+    return usageError("--follow reads the change feed of a --state database and runs nothing else");
+  }
+  if (options.since && !options.follow) {
+    return usageError("--since goes with --follow");
+  }
+  if (clock.empty() && std::getenv("MACSEC_INDEX_SIM_CLOCK") != nullptr) {
+    clock = std::getenv("MACSEC_INDEX_SIM_CLOCK");
+  }
+  if (!clock.empty()) {
+    try {
+      session.clock = sim::parseRfc3339(clock);
+    } catch (sim::TimeError const& error) {
+      return usageError(std::string("--clock: ") + error.what());
+    }
+  }
   // With --import or --export and no scenario file the simulator only moves state.
   session.startAgent =
       !options.files.empty() || (session.importPath.empty() && options.exportPath.empty());
   return -1;
+}
+
+// How wide standard output is: a terminal's width, else 80 columns.
+std::size_t terminalColumns() {
+  winsize size{};
+  if (isatty(STDOUT_FILENO) != 0 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 &&
+      size.ws_col > 0) {
+    return size.ws_col;
+  }
+  return 80;
 }
 
 // Runs the commands of standard input: typed at the terminal when standard input and output are
@@ -180,6 +235,12 @@ bool runStandardInput(sim::Session& session) {
 // Opens the session, runs the commands and exports. Errors of the state (store, files) and
 // unreadable scenario files escape as exceptions.
 int runSession(Options const& options) {
+  if (options.follow) {
+    sim::FollowOptions follow;
+    follow.since = options.since;
+    sim::followFeed(options.session.statePath, follow, std::cout);
+    return 0;
+  }
   // Every scenario file is tried before anything runs, so that a misspelt name changes nothing.
   for (std::string const& file : options.files) {
     openScenario(file);
@@ -207,6 +268,7 @@ int runSession(Options const& options) {
 int main(int argc, char** argv) {
   Options options;
   int const status = parseOptions(argc, argv, options);
+  options.session.columns = terminalColumns();
   if (status >= 0) {
     return status;
   }

@@ -5,6 +5,8 @@
 #include <map>
 #include <set>
 
+#include "OruMacSec/NamedEntries.h"
+
 namespace OruMacSec::testing {
 
 namespace {
@@ -82,26 +84,9 @@ void checkBookings(IndexFapSm const& machine, std::vector<std::string>& problems
   auto const& policy = *machine.indexHelper();
   // Per engine, per table (egress SC, ingress SC, ingress SP, sub-port): the entries named.
   std::map<U16, std::array<std::multiset<U16>, 4>> named;
-  for (U16 e = 0; e < policy.numEngineInstances(); ++e) {
-    auto& tables = named[e];
-    if (!policy.esecDisabledIndexPerPortRequired()) {
-      tables[0].insert(policy.esecDisabledIndex());
-    }
-    tables[2].insert(policy.isecDisabledIndex());
-    tables[3].insert(policy.isecDisabledIndex());
-  }
-  for (auto record = status.esecIndexInfoIter(); record; ++record) {
-    auto& tables = named[policy.intfIdToEngineInstance(record.key().intfId())];
-    auto const ingress = status.isecIndexInfo(record.key());
-    tables[0].insert(record->esecScIndex().value());
-    tables[1].insert(ingress.isecScIndex().value());
-    tables[2].insert(ingress.isecSpIndex().value());
-    tables[3].insert(ingress.msSubportNum().value());
-  }
-  for (auto record = status.esecLoopbackDisabledIndexInfoIter(); record; ++record) {
-    named[policy.intfIdToEngineInstance(record.key().intfId())][0].insert(
-        record->esecScIndex().value());
-  }
+  forEachNamedEntry(status, policy, [&](U16 engine, EngineTable table, U16 index) {
+    named[engine][std::size_t(table)].insert(index);
+  });
   std::string const fap = fapName(machine);
   for (auto const& [engine, tables] : named) {
     auto const resources = machine.oruMacSecEngineResources(engine);

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -49,6 +50,12 @@ inline TableIndex ingressIndex(IsecIndexInfo const& record, EngineTable table) {
   return table == EngineTable::kIsecSc   ? record.isecScIndex()
          : table == EngineTable::kIsecSp ? record.isecSpIndex()
                                          : record.msSubportNum();
+}
+
+// How many entries a table of largest index `maxIndex` can still hand out while it holds `used`
+// entries: a table counts as full once it holds `maxIndex` of them.
+constexpr std::size_t freeEntryCount(std::size_t used, U16 maxIndex) {
+  return used >= maxIndex ? 0 : maxIndex - used;
 }
 
 }  // namespace OruMacSec

@@ -87,7 +87,7 @@ void macsec(CommandContext& s, Arguments const& a) {
   Intfs interfaces = a.interfaces();
   if (a.has("retry")) {
     if (interfaces.empty()) {
-      for (Standing const& refused : refusedInterfaces(s.host, std::nullopt)) {
+      for (Standing const& refused : refusedInterfaces(s.snapshot(), std::nullopt)) {
         interfaces.push_back(refused.intf);
       }
     }
@@ -100,8 +100,9 @@ void macsec(CommandContext& s, Arguments const& a) {
 }
 
 void show(CommandContext& s, Arguments const& a) {
-  View const view = a.has("utilization") ? utilizationView(s.snapshot(), optionalFap(a))
+  View const view = a.has("utilization") ? utilizationView(s.snapshot(), optionalFap(a), s.columns)
                     : a.has("interface") ? interfaceView(s.snapshot(), a.interfaces())
+                    : a.has("summary")   ? summaryView(s.snapshot())
                                          : statusView(s.snapshot(), optionalFap(a));
   s.transcript.view(view, a.has("json"));
 }
@@ -168,18 +169,21 @@ std::vector<Command> const& commands() {
        macsec},
       {{"show",
         {"show [<fap>] [json]", "show utilization [<fap>] [json]",
-         "show interface <interfaces>... [json]"}},
+         "show interface <interfaces>... [json]", "show summary [json]"}},
        "show: the published status per logical FAP (engines and their use, each interface's\n"
        "indexes, ports' egress disabled entries, refused interfaces). utilization: used, free,\n"
-       "max-limit and high-watermark per FAP, engine and table, with the thresholds.\n"
-       "interface: where the interfaces stand. json: one JSON object (--json: every output).",
+       "max-limit and high-watermark (with its time) per FAP, engine and table, with the\n"
+       "thresholds; a compact table when the full one is wider than the terminal.\n"
+       "interface: where the interfaces stand. summary: per FAP, its most used table, the\n"
+       "tables over their upper threshold and the refused interfaces, one line each.\n"
+       "json: one JSON object (--json: every output).",
        false,
        show},
       {{"threshold", {"threshold <fap>|all [upper=<percent>] [clear=<percent>]"}},
        "Sets the use thresholds of the tables of one logical FAP, or of all (defaults: upper 85,\n"
        "clear 70). A table whose use reaches the upper threshold prints THRESHOLD_EXCEEDED once;\n"
-       "when it falls to the clear threshold or below, THRESHOLD_CLEAR once.",
-       false,
+       "when it falls to the clear threshold or below, THRESHOLD_CLEAR once. Kept in the store.",
+       true,
        threshold},
       {{"logs", {"logs all|<count>"}},
        "How many log messages of one kind a command prints (default 5) before one line counts\n"

@@ -9,19 +9,21 @@
 #include <vector>
 
 #include "sim/language/Grammar.h"
+#include "sim/model/Monitor.h"
 #include "sim/model/Switch.h"
 #include "sim/session/Transcript.h"
-#include "sim/views/Utilization.h"
 #include "sim/views/View.h"
 #include "sim/views/Views.h"
 
 namespace sim {
 
-// What a command works on: the switch, the transcript it writes to and the resource monitor.
+// What a command works on: the switch, the transcript it writes to and the resource monitor,
+// and how many columns the transcript's text may take.
 struct CommandContext {
   Switch& host;
   Transcript& transcript;
   ResourceMonitor& monitor;
+  std::size_t columns;
 
   Snapshot snapshot() const { return {host, monitor}; }
 };

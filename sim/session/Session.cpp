@@ -41,7 +41,9 @@ Session::Session(SessionOptions const& options, std::ostream& out, std::ostream&
     : err_(err),
       transcript_(out, options.format),
       sinks_(transcript_),
-      readOnly_(options.readOnly) {
+      clock_(options.clock),
+      readOnly_(options.readOnly),
+      columns_(options.columns) {
   if (!options.statePath.empty()) {
     store_ = std::make_unique<Store>(options.statePath,
                                      readOnly_ ? Store::Access::kReadOnly : Store::Access::kWrite,
@@ -55,13 +57,13 @@ Session::Session(SessionOptions const& options, std::ostream& out, std::ostream&
       if (options.startAgent) {
         transcript_.comment("# state loaded from " + options.statePath);
       }
-      auto const warnings = store_->load(host_);
+      auto const warnings = store_->load(host_, monitor_);
       out.flush();
       printWarnings(err_, "state database " + options.statePath, warnings);
     }
   }
   if (store_ && !readOnly_) {
-    store_->follow(host_);  // from what it holds: an import is then written as a change
+    store_->follow(host_, monitor_);  // from what it holds: an import is then written as a change
   }
   if (!options.importPath.empty()) {
     try {
@@ -94,11 +96,17 @@ void Session::removeCreatedStore() {
 
 void Session::finish() {
   transcript_.commandEnd();
-  for (ThresholdEvent const& event : monitor_.check(host_.agent(), commands_)) {
-    transcript_.view(eventView(event));
-  }
-  if (store_ && !readOnly_) {
-    store_->commit();
+  if (!readOnly_) {
+    TimeNs const now = clock_.now();
+    std::vector<FeedEvent> feed;
+    for (ThresholdEvent const& event : monitor_.check(host_, now)) {
+      View const view = eventView(event);
+      transcript_.view(view);
+      feed.push_back({event.use.fapId, view.object.dump()});
+    }
+    if (store_) {
+      store_->commit(monitor_, feed, now);
+    }
   }
   transcript_.stream().flush();
 }
@@ -127,8 +135,7 @@ void Session::runLine(std::string_view line, bool echo) {
       throw ScenarioError(
           "the state is open read-only (--read-only): commands that change it are refused");
     }
-    ++commands_;  // refused commands count; lines that are not commands do not
-    CommandContext context{host_, transcript_, monitor_};
+    CommandContext context{host_, transcript_, monitor_, columns_};
     command->run(context, arguments);
   } catch (...) {
     transcript_.commandEnd();

@@ -11,15 +11,17 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
 
+#include "sim/model/Clock.h"
+#include "sim/model/Monitor.h"
 #include "sim/model/Switch.h"
 #include "sim/session/LineSource.h"
 #include "sim/session/Transcript.h"
 #include "sim/store/Store.h"
-#include "sim/views/Utilization.h"
 #include "sim/views/Views.h"
 
 namespace sim {
@@ -31,6 +33,10 @@ struct SessionOptions {
   std::string importPath;  // a JSON state to load into the empty store (or memory) first
   bool startAgent = true;  // start the agent (unless read-only)
   Transcript::Format format = Transcript::Format::kText;
+  // The clock's start when pinned (see Clock.h); none: the system clock.
+  std::optional<TimeNs> clock;
+  // How wide the transcript's tables may be (a terminal's width).
+  std::size_t columns = 80;
 };
 
 // How a source's lines are run. A script stops at its first error; an interactive session goes
@@ -66,7 +72,8 @@ class Session {
   bool runLines(LineSource& lines, std::string const& name, InputMode mode);
 
  private:
-  // Ends a command (or the start-up): the log summary, the monitor's events, the commit.
+  // Ends a command (or the start-up): the log summary, and for a writer the monitor's events and
+  // the commit, at one reading of the clock.
   void finish();
   // Closes the store and removes its files when this session created it (a refused import
   // leaves nothing behind).
@@ -77,9 +84,10 @@ class Session {
   Transcript transcript_;
   TranscriptSinks sinks_;
   ResourceMonitor monitor_;
+  Clock clock_;
   std::unique_ptr<Store> store_;
   bool const readOnly_;
-  std::size_t commands_ = 0;
+  std::size_t const columns_;
 };
 
 // `text` with every byte that is not printable ASCII written as \xNN, so that an error shows the

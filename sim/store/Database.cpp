@@ -119,9 +119,10 @@ bool Statement::step() {
   return false;
 }
 
-void Statement::run() {
+int Statement::run() {
   while (step()) {
   }
+  return sqlite3_changes(db_);
 }
 
 int Statement::type(int column) const {
@@ -180,6 +181,15 @@ std::int64_t Database::value(std::string_view sql) const {
   std::int64_t const result = statement.integer(0);
   statement.run();
   return result;
+}
+
+// The file as an SQLite URI (RFC 3986: a path with %, ? and # escaped).
+std::string sqliteUri(std::string const& path, char const* query) {
+  std::string out = "file:";
+  for (char const c : path) {
+    out += c == '%' ? "%25" : c == '?' ? "%3f" : c == '#' ? "%23" : std::string(1, c);
+  }
+  return out + query;
 }
 
 }  // namespace sim

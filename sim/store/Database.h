@@ -21,6 +21,10 @@ namespace sim {
 // one this table does not know.
 std::string resultCodeName(int code);
 
+// The file at `path` as an SQLite URI (RFC 3986: %, ? and # escaped), followed by `query`
+// ("?mode=ro").
+std::string sqliteUri(std::string const& path, char const* query);
+
 class DatabaseError : public std::runtime_error {
  public:
   // `what` is SQLite's message; the error's text adds the code's name: "disk I/O error
@@ -47,8 +51,9 @@ class Statement {
   // Advances to the next result row: true when one is ready, false (and the statement reset for
   // another use) when there are no more.
   bool step();
-  // Runs the statement to completion, ignoring any rows.
-  void run();
+  // Runs the statement to completion, ignoring any rows; returns how many rows it inserted,
+  // updated or deleted (an upsert that left its row as it was: none).
+  int run();
 
   // The column's fundamental type (SQLITE_INTEGER, SQLITE_TEXT, ...) in the current row.
   int type(int column) const;

@@ -1,5 +1,7 @@
 #include "sim/store/StateJson.h"
 
+#include "sim/store/RecordJson.h"
+
 #include <fmt/format.h>
 #include <algorithm>
 #include <cerrno>
@@ -34,21 +36,13 @@ json publishedJson(OruMacSec::IndexFapStatus const& status) {
   std::map<Portix::IntfId, json> ingress;
   std::map<Portix::IntfId, json> disabled;
   for (auto r = status.esecIndexInfoIter(); r; ++r) {
-    egress[r.key().intfId()] = {{"interface", name(r.key().intfId())},
-                                {"esec-sc", r->esecScIndex().value()},
-                                {"engine", r->engineInstance()}};
+    egress[r.key().intfId()] = egressJson(*r);
   }
   for (auto r = status.isecIndexInfoIter(); r; ++r) {
-    ingress[r.key().intfId()] = {{"interface", name(r.key().intfId())},
-                                 {"isec-sp", r->isecSpIndex().value()},
-                                 {"sub-port", r->msSubportNum().value()},
-                                 {"isec-sc", r->isecScIndex().value()},
-                                 {"engine", r->engineInstance()}};
+    ingress[r.key().intfId()] = ingressJson(*r);
   }
   for (auto r = status.esecLoopbackDisabledIndexInfoIter(); r; ++r) {
-    disabled[r.key().intfId()] = {{"port", name(r.key().intfId())},
-                                  {"esec-sc", r->esecScIndex().value()},
-                                  {"engine", r->engineInstance()}};
+    disabled[r.key().intfId()] = disabledJson(*r);
   }
   auto const values = [](std::map<Portix::IntfId, json>& sorted) {
     json out = json::array();
@@ -57,13 +51,11 @@ json publishedJson(OruMacSec::IndexFapStatus const& status) {
     }
     return out;
   };
-  return {{"fap", status.logicalFapId().value()},
-          {"engines", status.numEngineInstances()},
-          {"esec-disabled", status.esecDisabledIndex()},
-          {"isec-disabled", status.isecDisabledIndex()},
-          {"egress", values(egress)},
-          {"ingress", values(ingress)},
-          {"disabled", values(disabled)}};
+  json out = fapStatusJson(status);
+  out["egress"] = values(egress);
+  out["ingress"] = values(ingress);
+  out["disabled"] = values(disabled);
+  return out;
 }
 
 json stateJson(Switch const& host) {

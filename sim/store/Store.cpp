@@ -14,7 +14,10 @@
 #include <set>
 #include <tuple>
 
+#include <nlohmann/json.hpp>
+
 #include "sim/model/Limits.h"
+#include "sim/store/RecordJson.h"
 
 namespace sim {
 
@@ -26,6 +29,43 @@ using OruMacSec::TableIndex;
 
 // Marks the file as this simulator's ("MSIX"), beside the schema version in user_version.
 constexpr std::int64_t kApplicationId = 0x4d534958;
+
+// Added by schema version 3: the resource monitor's state, the change feed and its counters.
+constexpr char const kMonitorSchema[] = R"sql(
+CREATE TABLE threshold (
+  fap   INTEGER PRIMARY KEY CHECK (fap BETWEEN -1 AND 65535),
+  upper INTEGER NOT NULL CHECK (upper BETWEEN 1 AND 100),
+  clear INTEGER NOT NULL CHECK (clear BETWEEN 0 AND 99)
+) STRICT;
+CREATE TABLE watermark (
+  fap            INTEGER NOT NULL CHECK (fap BETWEEN 0 AND 65535),
+  engine         INTEGER NOT NULL CHECK (engine BETWEEN 0 AND 65535),
+  engine_table   TEXT NOT NULL,
+  high_watermark INTEGER NOT NULL CHECK (high_watermark BETWEEN 0 AND 65536),
+  time           INTEGER NOT NULL,
+  exceeded       INTEGER NOT NULL CHECK (exceeded IN (0, 1)),
+  max_limit      INTEGER NOT NULL CHECK (max_limit BETWEEN 0 AND 65535),
+  PRIMARY KEY (fap, engine, engine_table)
+) STRICT, WITHOUT ROWID;
+CREATE TABLE engine_state (
+  fap    INTEGER NOT NULL CHECK (fap BETWEEN 0 AND 65535),
+  engine INTEGER NOT NULL CHECK (engine BETWEEN 0 AND 65535),
+  full   INTEGER NOT NULL CHECK (full IN (0, 1)),
+  PRIMARY KEY (fap, engine)
+) STRICT, WITHOUT ROWID;
+CREATE TABLE change (
+  seq    INTEGER PRIMARY KEY AUTOINCREMENT,
+  time   INTEGER NOT NULL,
+  op     TEXT NOT NULL CHECK (op IN ('set', 'del', 'event')),
+  fap    INTEGER NOT NULL CHECK (fap BETWEEN 0 AND 65535),
+  kind   TEXT NOT NULL CHECK (kind IN ('egress', 'ingress', 'disabled', 'fap', 'threshold')),
+  record TEXT NOT NULL
+) STRICT;
+CREATE TABLE monitor_value (
+  name  TEXT PRIMARY KEY CHECK (name IN ('changes', 'threshold-events', 'agent-running')),
+  value INTEGER NOT NULL
+) STRICT, WITHOUT ROWID;
+)sql";
 
 // Keys and ranges are enforced by the schema, with the chips' limits (Limits.h) in its checks; the
 // loader checks them again, since a hand edit can switch the checks off. An interface name is
@@ -81,7 +121,8 @@ CREATE TABLE egress_disabled (
   PRIMARY KEY (fap, port)
 ) STRICT, WITHOUT ROWID;
 )sql",
-                     kMinEngines, kMaxEngines, kMaxIsecDisabled);
+                     kMinEngines, kMaxEngines, kMaxIsecDisabled) +
+         kMonitorSchema;
 }
 
 constexpr char const* kStoreTables[] = {"chip",       "fap",    "member",  "macsec",
@@ -123,6 +164,18 @@ class RowReader {
     } catch (std::invalid_argument const& error) {
       fail(error.what());
     }
+  }
+
+  OruMacSec::EngineTable engineTable(int column) const {
+    for (OruMacSec::EngineTable const table : OruMacSec::kEngineTables) {
+      if (statement_.text(column) == OruMacSec::tableName(table)) {
+        return table;
+      }
+    }
+    fail(
+        fmt::format("{} must name a table (EsecScTable, IsecScTcam, IsecSpTcam or "
+                    "SubPortPolicyTable), not {}",
+                    columns_[column], value(column)));
   }
 
   [[noreturn]] void fail(std::string const& what) const {
@@ -244,15 +297,6 @@ bool holdsData(std::string const& path) {
   return ::stat(path.c_str(), &status) == 0 && status.st_size > 0;
 }
 
-// The file as an SQLite URI (RFC 3986: a path with %, ? and # escaped).
-std::string uri(std::string const& path, char const* query) {
-  std::string out = "file:";
-  for (char const c : path) {
-    out += c == '%' ? "%25" : c == '?' ? "%3f" : c == '#' ? "%23" : std::string(1, c);
-  }
-  return out + query;
-}
-
 }  // namespace
 
 Store::Store(std::string path, Access access, Sync sync)
@@ -285,8 +329,8 @@ Store::Store(std::string path, Access access, Sync sync)
     // all there is, read as immutable (no locks, no shared-memory file); with one, it reads
     // through the WAL as a writer leaves it, seeing what the writer has committed.
     std::string const name = write                    ? path_
-                             : exists(path_ + "-wal") ? uri(path_, "?mode=ro")
-                                                      : uri(path_, "?mode=ro&immutable=1");
+                             : exists(path_ + "-wal") ? sqliteUri(path_, "?mode=ro")
+                                                      : sqliteUri(path_, "?mode=ro&immutable=1");
     db_ = std::make_unique<Database>(
         name, write ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
     db_->exec("PRAGMA busy_timeout = 5000");
@@ -355,15 +399,19 @@ void Store::openSchema() {
                   .c_str());
   } else if (application != kApplicationId) {
     fail("not a macsec-index-sim state database");
-  } else if (version == 1 && access_ == Access::kWrite) {
-    // Version 1 named the ingress disabled index of a chip "size".
-    db_->exec(
-        "BEGIN IMMEDIATE; ALTER TABLE chip RENAME COLUMN size TO isec_disabled; "
-        "PRAGMA user_version = 2; COMMIT");
-  } else if (version == 1) {
+  } else if (version < kSchemaVersion && version >= 1 && access_ == Access::kWrite) {
+    db_->exec("BEGIN IMMEDIATE");
+    if (version == 1) {
+      // Version 1 named the ingress disabled index of a chip "size".
+      db_->exec("ALTER TABLE chip RENAME COLUMN size TO isec_disabled");
+    }
+    db_->exec(kMonitorSchema);
+    db_->exec(fmt::format("PRAGMA user_version = {}; COMMIT", kSchemaVersion).c_str());
+  } else if (version < kSchemaVersion && version >= 1) {
     fail(
-        "schema version 1, written by an earlier simulator: open it once without --read-only "
-        "to upgrade it");
+        fmt::format("schema version {}, written by an earlier simulator: open it once without "
+                    "--read-only to upgrade it",
+                    version));
   } else if (version != kSchemaVersion) {
     fail(
         fmt::format("schema version {}; this simulator reads version {}", version, kSchemaVersion));
@@ -385,7 +433,7 @@ bool Store::empty() const {
   });
 }
 
-std::vector<StateWarning> Store::load(Switch& host) {
+std::vector<StateWarning> Store::load(Switch& host, ResourceMonitor& monitor) {
   if (!hasSchema_) {
     return {};
   }
@@ -432,6 +480,35 @@ std::vector<StateWarning> Store::load(Switch& host) {
     eachRow("egress_disabled", {"fap", "port", "esec_sc", "engine"}, 2, [&](RowReader const& r) {
       host.disabledRecordAdd(r.u16(0), OruMacSec::EsecIndexInfo(key(r), index(r, 2), r.u16(3)));
     });
+    MonitorState state;
+    eachRow("threshold", {"fap", "upper", "clear"}, 1, [&](RowReader const& r) {
+      Thresholds const limits{unsigned(r.number(1, 100)), unsigned(r.number(2, 100))};
+      if (r.number(0, 65535, -1) == -1) {
+        state.defaults = limits;
+      } else {
+        state.perFap[r.u16(0)] = limits;
+      }
+    });
+    eachRow("watermark",
+            {"fap", "engine", "engine_table", "high_watermark", "time", "exceeded", "max_limit"}, 3,
+            [&](RowReader const& r) {
+              TableKey const key(r.u16(0), r.u16(1), r.engineTable(2));
+              state.tables[key] = {std::size_t(r.number(3, 65536)),
+                                   r.number(4, INT64_MAX, INT64_MIN), r.flag(5), r.u16(6)};
+            });
+    eachRow("engine_state", {"fap", "engine", "full"}, 2, [&](RowReader const& r) {
+      state.engineFull[{r.u16(0), r.u16(1)}] = r.flag(2);
+    });
+    state.agentRunning =
+        db_->value(
+            "SELECT EXISTS (SELECT 1 FROM monitor_value WHERE name = 'agent-running' AND "
+            "value = 1)") != 0;
+    try {
+      monitor.stateIs(std::move(state));
+    } catch (RefusedError const& error) {
+      fail(fmt::format("table threshold: {}", error.what()));
+    }
+    storedMonitor_ = monitor.state();
   } catch (DatabaseError const& error) {
     db_->rollback();
     fail(fmt::format("cannot read: {}", error.what()));
@@ -443,8 +520,9 @@ std::vector<StateWarning> Store::load(Switch& host) {
   return checkPublished(host);
 }
 
-void Store::follow(Switch const& host) {
+void Store::follow(Switch const& host, ResourceMonitor const& monitor) {
   host_ = &host;
+  storedMonitor_ = monitor.state();
   storedChips_ = host.chips();
   auto const root = [&](Nubis::Node const* entity, Nubis::Handler handler) {
     rootWatches_.push_back(Nubis::Ptr<Watch>(new Watch(*this, 0)));
@@ -498,14 +576,27 @@ void Store::refollowStatus(U16 fapId) {
                 });
 }
 
-void Store::commit() {
-  if (host_ == nullptr || (changes_->empty() && storedChips_ == host_->chips())) {
+void Store::commit(ResourceMonitor const& monitor, std::vector<FeedEvent> const& events,
+                   TimeNs now) {
+  bool const monitorChanged = monitor.state() != storedMonitor_;
+  if (host_ == nullptr ||
+      (changes_->empty() && storedChips_ == host_->chips() && !monitorChanged && events.empty())) {
     return;
   }
+  commitTime_ = now;
   guard("cannot write", [&] {
     db_->exec("BEGIN IMMEDIATE");
     try {
+      std::int64_t const changesBefore = feedRows_;
       writeChanges();
+      std::int64_t const changed = feedRows_ - changesBefore;
+      if (monitorChanged) {
+        writeMonitor(monitor.state());
+      }
+      for (FeedEvent const& event : events) {
+        appendFeed("event", "threshold", event.fapId, event.record);
+      }
+      writeCounters(changed, std::int64_t(events.size()));
       db_->exec("COMMIT");
     } catch (...) {
       db_->rollback();  // the first failure is the one to report
@@ -514,6 +605,92 @@ void Store::commit() {
   });
   *changes_ = Changes();
   storedChips_ = host_->chips();
+  storedMonitor_ = monitor.state();
+}
+
+void Store::appendFeed(char const* op, char const* kind, U16 fapId, std::string const& record) {
+  db_->cached("INSERT INTO change (time, op, fap, kind, record) VALUES (?, ?, ?, ?, ?)")
+      .bind(1, commitTime_)
+      .bind(2, op)
+      .bind(3, fapId)
+      .bind(4, kind)
+      .bind(5, record)
+      .run();
+  ++feedRows_;
+}
+
+void Store::writeCounters(std::int64_t changes, std::int64_t events) {
+  auto const add = [&](char const* name, std::int64_t value) {
+    if (value == 0) {
+      return;
+    }
+    db_->cached(
+           "INSERT INTO monitor_value VALUES (?, ?) ON CONFLICT DO UPDATE SET value = value + "
+           "excluded.value")
+        .bind(1, name)
+        .bind(2, value)
+        .run();
+  };
+  add("changes", changes);
+  add("threshold-events", events);
+  // The feed keeps its last kFeedLimit entries, so that it never grows without bound.
+  db_->cached("DELETE FROM change WHERE seq <= (SELECT max(seq) FROM change) - ?")
+      .bind(1, kFeedLimit)
+      .run();
+}
+
+// The monitor's state is a few rows per engine: written afresh whenever any of it changed.
+void Store::writeMonitor(MonitorState const& state) {
+  db_->exec("DELETE FROM threshold; DELETE FROM watermark; DELETE FROM engine_state");
+  auto const threshold = [&](std::int64_t fap, Thresholds const& limits) {
+    db_->cached("INSERT INTO threshold VALUES (?, ?, ?)")
+        .bind(1, fap)
+        .bind(2, limits.upper)
+        .bind(3, limits.clear)
+        .run();
+  };
+  threshold(-1, state.defaults);
+  for (auto const& [fapId, limits] : state.perFap) {
+    threshold(fapId, limits);
+  }
+  for (auto const& [key, record] : state.tables) {
+    auto const& [fapId, engine, table] = key;
+    db_->cached("INSERT INTO watermark VALUES (?, ?, ?, ?, ?, ?, ?)")
+        .bind(1, fapId)
+        .bind(2, engine)
+        .bind(3, OruMacSec::tableName(table))
+        .bind(4, std::int64_t(record.highWatermark))
+        .bind(5, record.highWatermarkTime)
+        .bind(6, record.exceeded)
+        .bind(7, record.maxLimit)
+        .run();
+  }
+  db_->cached("INSERT OR REPLACE INTO monitor_value VALUES ('agent-running', ?)")
+      .bind(1, state.agentRunning)
+      .run();
+  for (auto const& [key, full] : state.engineFull) {
+    db_->cached("INSERT INTO engine_state VALUES (?, ?, ?)")
+        .bind(1, key.first)
+        .bind(2, key.second)
+        .bind(3, full)
+        .run();
+  }
+}
+
+Store::Counts Store::counts() const {
+  if (!hasSchema_) {
+    return {};
+  }
+  return guard("cannot read", [&] {
+    Counts out;
+    Statement read = db_->prepare(
+        "SELECT name, value FROM monitor_value WHERE name IN ('changes', 'threshold-events')");
+    while (read.step()) {
+      (read.text(0) == "changes" ? out.changes : out.thresholdEvents) =
+          std::uint64_t(read.integer(1));
+    }
+    return out;
+  });
 }
 
 void Store::writeChanges() {
@@ -585,19 +762,47 @@ void Store::writeMember(U16 fapId, Portix::IntfId id, bool present) {
       .run();
 }
 
-// A FAP's status that came or went: its row and all its records are written afresh.
+// A FAP's status that came, went or was replaced: its row, and every record that differs from
+// the database's, each a change of the feed.
 void Store::writeStatus(U16 fapId) {
-  db_->cached("DELETE FROM fap_status WHERE fap = ?").bind(1, fapId).run();
   auto const status = host_->status().indexFapStatus(LogicalFap::LogicalFapId(fapId));
+  // Rows the status no longer holds go first (all of them when the status went).
+  constexpr std::pair<char const*, Nubis::AttrId> kRecordTables[] = {
+      {"SELECT interface FROM egress WHERE fap = ?", IndexFapStatus::kEsecIndexInfoAttr},
+      {"SELECT interface FROM ingress WHERE fap = ?", IndexFapStatus::kIsecIndexInfoAttr},
+      {"SELECT port FROM egress_disabled WHERE fap = ?",
+       IndexFapStatus::kEsecLoopbackDisabledIndexInfoAttr}};
+  for (auto const& [select, table] : kRecordTables) {
+    std::vector<Portix::IntfId> stored;
+    Statement read = db_->prepare(select);
+    read.bind(1, fapId);
+    while (read.step()) {
+      stored.emplace_back(read.text(0));
+    }
+    for (Portix::IntfId const id : stored) {
+      writeRecord(status.get(), fapId, table, id);
+    }
+  }
   if (!status) {
+    if (db_->cached("DELETE FROM fap_status WHERE fap = ?").bind(1, fapId).run() > 0) {
+      appendFeed("del", "fap", fapId, fmt::format(R"({{"fap":{}}})", fapId));
+    }
     return;
   }
-  db_->cached("INSERT INTO fap_status VALUES (?, ?, ?, ?)")
-      .bind(1, fapId)
-      .bind(2, status->numEngineInstances())
-      .bind(3, status->esecDisabledIndex())
-      .bind(4, status->isecDisabledIndex())
-      .run();
+  int const changed =
+      db_->cached(
+             "INSERT INTO fap_status VALUES (?, ?, ?, ?) ON CONFLICT DO UPDATE SET engines = "
+             "excluded.engines, esec_disabled = excluded.esec_disabled, isec_disabled = "
+             "excluded.isec_disabled WHERE (engines, esec_disabled, isec_disabled) IS NOT "
+             "(excluded.engines, excluded.esec_disabled, excluded.isec_disabled)")
+          .bind(1, fapId)
+          .bind(2, status->numEngineInstances())
+          .bind(3, status->esecDisabledIndex())
+          .bind(4, status->isecDisabledIndex())
+          .run();
+  if (changed > 0) {
+    appendFeed("set", "fap", fapId, fapStatusJson(*status).dump());
+  }
   for (auto r = status->esecIndexInfoIter(); r; ++r) {
     writeRecord(status.get(), fapId, IndexFapStatus::kEsecIndexInfoAttr, r.key().intfId());
   }
@@ -611,63 +816,76 @@ void Store::writeStatus(U16 fapId) {
 }
 
 // Writes the record of `id` in `table` (an attribute of IndexFapStatus) as `status` holds it, or
-// deletes its row when it holds none.
+// deletes its row when it holds none; a row that changed is a change of the feed.
 void Store::writeRecord(IndexFapStatus const* status, U16 fapId, Nubis::AttrId table,
                         Portix::IntfId id) {
   SecIntfId const key(id);
+  // The deleted record's key, as the feed gives it.
+  auto const deleted = [&](char const* kind, char const* keyName) {
+    appendFeed("del", kind, fapId, nlohmann::json{{keyName, name(id)}}.dump());
+  };
   if (table == IndexFapStatus::kIsecIndexInfoAttr) {
     if (status == nullptr || !status->isecIndexInfoHas(key)) {
-      db_->cached("DELETE FROM ingress WHERE fap = ? AND interface = ?")
-          .bind(1, fapId)
-          .bind(2, name(id))
-          .run();
+      if (db_->cached("DELETE FROM ingress WHERE fap = ? AND interface = ?")
+              .bind(1, fapId)
+              .bind(2, name(id))
+              .run() > 0) {
+        deleted("ingress", "interface");
+      }
       return;
     }
     auto const info = status->isecIndexInfo(key);
-    db_->cached(
-           "INSERT INTO ingress VALUES (?, ?, ?, ?, ?, ?) ON CONFLICT DO UPDATE SET "
-           "isec_sp = excluded.isec_sp, sub_port = excluded.sub_port, isec_sc = excluded.isec_sc, "
-           "engine = excluded.engine WHERE (isec_sp, sub_port, isec_sc, engine) IS NOT "
-           "(excluded.isec_sp, excluded.sub_port, excluded.isec_sc, excluded.engine)")
-        .bind(1, fapId)
-        .bind(2, name(id))
-        .bind(3, info.isecSpIndex().value())
-        .bind(4, info.msSubportNum().value())
-        .bind(5, info.isecScIndex().value())
-        .bind(6, info.engineInstance())
-        .run();
+    if (db_->cached(
+               "INSERT INTO ingress VALUES (?, ?, ?, ?, ?, ?) ON CONFLICT DO UPDATE SET isec_sp = "
+               "excluded.isec_sp, sub_port = excluded.sub_port, isec_sc = excluded.isec_sc, "
+               "engine = excluded.engine WHERE (isec_sp, sub_port, isec_sc, engine) IS NOT "
+               "(excluded.isec_sp, excluded.sub_port, excluded.isec_sc, excluded.engine)")
+            .bind(1, fapId)
+            .bind(2, name(id))
+            .bind(3, info.isecSpIndex().value())
+            .bind(4, info.msSubportNum().value())
+            .bind(5, info.isecScIndex().value())
+            .bind(6, info.engineInstance())
+            .run() > 0) {
+      appendFeed("set", "ingress", fapId, ingressJson(info).dump());
+    }
     return;
   }
   // Egress records and egress disabled entries have the same shape.
   bool const disabled = table == IndexFapStatus::kEsecLoopbackDisabledIndexInfoAttr;
+  char const* const kind = disabled ? "disabled" : "egress";
   bool const present =
       status != nullptr &&
       (disabled ? status->esecLoopbackDisabledIndexInfoHas(key) : status->esecIndexInfoHas(key));
   if (!present) {
-    db_->cached(disabled ? "DELETE FROM egress_disabled WHERE fap = ? AND port = ?"
-                         : "DELETE FROM egress WHERE fap = ? AND interface = ?")
-        .bind(1, fapId)
-        .bind(2, name(id))
-        .run();
+    if (db_->cached(disabled ? "DELETE FROM egress_disabled WHERE fap = ? AND port = ?"
+                             : "DELETE FROM egress WHERE fap = ? AND interface = ?")
+            .bind(1, fapId)
+            .bind(2, name(id))
+            .run() > 0) {
+      deleted(kind, disabled ? "port" : "interface");
+    }
     return;
   }
   auto const info =
       disabled ? status->esecLoopbackDisabledIndexInfo(key) : status->esecIndexInfo(key);
   // An upsert that leaves a row holding these values as it is: a record taken back and given the
   // same indexes again (a restart does that to subinterfaces served through their port) writes no
-  // page.
-  db_->cached(disabled
-                  ? "INSERT INTO egress_disabled VALUES (?, ?, ?, ?) ON CONFLICT DO UPDATE SET "
-                    "esec_sc = excluded.esec_sc, engine = excluded.engine WHERE (esec_sc, "
-                    "engine) IS NOT (excluded.esec_sc, excluded.engine)"
-                  : "INSERT INTO egress VALUES (?, ?, ?, ?) ON CONFLICT DO UPDATE SET esec_sc "
-                    "= excluded.esec_sc, engine = excluded.engine WHERE (esec_sc, engine) IS "
-                    "NOT (excluded.esec_sc, excluded.engine)")
-      .bind(1, fapId)
-      .bind(2, name(id))
-      .bind(3, info.esecScIndex().value())
-      .bind(4, info.engineInstance())
-      .run();
+  // page and is no change.
+  if (db_->cached(disabled
+                      ? "INSERT INTO egress_disabled VALUES (?, ?, ?, ?) ON CONFLICT DO UPDATE SET "
+                        "esec_sc = excluded.esec_sc, engine = excluded.engine WHERE (esec_sc, "
+                        "engine) IS NOT (excluded.esec_sc, excluded.engine)"
+                      : "INSERT INTO egress VALUES (?, ?, ?, ?) ON CONFLICT DO UPDATE SET esec_sc "
+                        "= excluded.esec_sc, engine = excluded.engine WHERE (esec_sc, engine) IS "
+                        "NOT (excluded.esec_sc, excluded.engine)")
+          .bind(1, fapId)
+          .bind(2, name(id))
+          .bind(3, info.esecScIndex().value())
+          .bind(4, info.engineInstance())
+          .run() > 0) {
+    appendFeed("set", kind, fapId, (disabled ? disabledJson(info) : egressJson(info)).dump());
+  }
 }
 
 }  // namespace sim

@@ -12,12 +12,15 @@
 // exclusive advisory lock (flock) on the database file for as long as the Store lives.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "sim/model/Clock.h"
+#include "sim/model/Monitor.h"
 #include "sim/model/StateCheck.h"
 #include "sim/model/Switch.h"
 #include "sim/store/Database.h"
@@ -31,6 +34,12 @@ class StoreError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// A threshold event for the change feed: its FAP and the event as a JSON object's text.
+struct FeedEvent {
+  U16 fapId;
+  std::string record;
+};
+
 class Store {
  public:
   enum class Access { kWrite, kReadOnly };
@@ -38,7 +47,9 @@ class Store {
   // kFull also survives a power loss, at the cost of a flush to disk per commit.
   enum class Sync { kNormal, kFull };
 
-  static constexpr int kSchemaVersion = 2;
+  static constexpr int kSchemaVersion = 3;
+  // The change feed keeps this many of its latest entries.
+  static constexpr std::int64_t kFeedLimit = 100'000;
 
   // Opens the database at `path`; a writer creates it (and its schema) when missing. Throws
   // StoreError when the file is not a database of this simulator, has another schema version,
@@ -56,19 +67,30 @@ class Store {
   bool empty() const;
 
   // Reads the whole state, from one snapshot, into `host`, which must be empty with its agent
-  // stopped, through the switch's own checks. A row the switch refuses or cannot represent is
-  // refused: StoreError naming the table, the row and the reason; the database is not changed and
-  // `host` is left with part of the state (discard it). Returns what checkPublished finds in the
-  // loaded state.
-  std::vector<StateWarning> load(Switch& host);
+  // stopped, through the switch's own checks, and the resource monitor's state into `monitor`. A
+  // row the switch refuses or cannot represent is refused: StoreError naming the table, the row and
+  // the reason; the database is not changed and `host` is left with part of the state (discard it).
+  // Returns what checkPublished finds in the loaded state.
+  std::vector<StateWarning> load(Switch& host, ResourceMonitor& monitor);
 
   // Follows `host` (a writer only): from now on commit() writes whatever changed in it. `host`
-  // must outlive the Store or be destroyed after it; the rows already stored must be its state.
-  void follow(Switch const& host);
+  // must outlive the Store or be destroyed after it; the rows already stored must be its state
+  // and `monitor`'s.
+  void follow(Switch const& host, ResourceMonitor const& monitor);
 
-  // Writes every row that changed since the last commit (or since follow) in one transaction.
-  // Nothing is written when nothing changed. Throws StoreError when the write fails.
-  void commit();
+  // Writes, in one transaction at time `now`: every row of the switch that changed since the last
+  // commit (or since follow), each changed published record also as an entry of the change feed;
+  // the monitor's state when it changed; the threshold `events` as feed entries. Nothing is
+  // written when nothing changed. Throws StoreError when the write fails (nothing is written).
+  void commit(ResourceMonitor const& monitor, std::vector<FeedEvent> const& events, TimeNs now);
+
+  // How many published-record changes and threshold events all writers of the database have
+  // committed.
+  struct Counts {
+    std::uint64_t changes = 0;
+    std::uint64_t thresholdEvents = 0;
+  };
+  Counts counts() const;
 
  private:
   class Watch;
@@ -87,6 +109,10 @@ class Store {
   void writeFap(U16 fapId);
   void writeMember(U16 fapId, Portix::IntfId id, bool present);
   void writeStatus(U16 fapId);
+  void writeMonitor(MonitorState const& state);
+  void writeCounters(std::int64_t changes, std::int64_t events);
+  // Adds an entry to the change feed, at the time of the commit under way.
+  void appendFeed(char const* op, char const* kind, U16 fapId, std::string const& record);
   void writeRecord(OruMacSec::IndexFapStatus const* status, U16 fapId, Nubis::AttrId table,
                    Portix::IntfId id);
   void refollowFap(U16 fapId);
@@ -108,6 +134,9 @@ class Store {
   Switch const* host_ = nullptr;
   std::unique_ptr<Changes> changes_;
   std::map<U16, ChipSettings> storedChips_;
+  MonitorState storedMonitor_;
+  TimeNs commitTime_ = 0;
+  std::int64_t feedRows_ = 0;  // feed entries written by this store
   std::vector<Nubis::Ptr<Watch>> rootWatches_;
   std::map<U16, Nubis::Ptr<Watch>> fapWatches_;
   std::map<U16, Nubis::Ptr<Watch>> statusWatches_;

@@ -4,11 +4,12 @@
 
 #include <set>
 
+#include "OruMacSec/NamedEntries.h"
+#include "sim/model/TableUse.h"
+
 namespace sim {
 
 namespace {
-
-using OruMacSec::EngineTable;
 
 bool holdsRecords(Switch const& host, U16 fapId, Portix::IntfId intf) {
   auto const status = host.status().indexFapStatus(LogicalFap::LogicalFapId(fapId));
@@ -38,56 +39,56 @@ bool shouldHold(Switch const& host, U16 servingFap, Portix::IntfId intf) {
           host.faps().logicalFap(LogicalFap::LogicalFapId(servingFap))->intfIdHas(intf));
 }
 
-// Why `intf`, which should hold indexes on `fapId`, holds none: read from the agent's state
-// machine of the FAP, its chip policy and the tables of the interface's engine.
-std::string refusal(Switch const& host, U16 fapId, Portix::IntfId intf) {
-  auto const* const agent = host.agent();
-  if (agent == nullptr) {
+// Why `intf`, which should hold indexes on `fapId`, holds none: read from the FAP's published
+// status, its chip policy and the use of the interface's engine's tables (`uses`, the FAP's).
+std::string refusal(Snapshot const& snapshot, U16 fapId, Portix::IntfId intf,
+                    std::vector<TableUse> const& uses) {
+  Switch const& host = snapshot.host;
+  if (!snapshot.monitor.state().agentRunning) {
     return "the agent is not running";
   }
-  auto const machine = agent->indexFapSm(LogicalFap::LogicalFapId(fapId));
-  if (!machine) {
-    return "the logical FAP is not served";
+  auto const status = host.status().indexFapStatus(LogicalFap::LogicalFapId(fapId));
+  if (!status) {
+    return "nothing published for the logical FAP: no agent has served it yet";
   }
-  auto const& policy = *machine->indexHelper();
-  U16 const engineNumber = policy.intfIdToEngineInstance(intf);
-  auto const engine = machine->oruMacSecEngineResources(engineNumber);
-  if (!engine) {
-    return fmt::format("the chip policy names engine {}, which does not exist", engineNumber);
+  ChipPolicy const policy(LogicalFap::LogicalFapId(fapId), host.chip(fapId));
+  U16 const engine = policy.intfIdToEngineInstance(intf);
+  if (engine >= policy.numEngineInstances()) {
+    return fmt::format("the chip policy names engine {}, which does not exist", engine);
   }
   if (policy.useStaticIndexAllocation()) {
     U16 const index = policy.staticIndex(intf);
-    U16 const largest = engine->table(EngineTable::kEsecSc)->maxIndex();
+    U16 const largest = policy.isecDisabledIndex();
     if (index > largest) {
       return fmt::format("static index {} is beyond the tables' largest index {}", index, largest);
     }
     return fmt::format("static index {} not booked yet; \"macsec retry\" reconciles it", index);
   }
-  for (EngineTable const table : OruMacSec::kEngineTables) {
-    std::size_t const free = engine->table(table)->freeIndexCount();
-    std::size_t const needed =
-        OruMacSec::isEgressTable(table) && machine->needsEsecDisabledIndex(intf) ? 2 : 1;
-    if (free >= needed) {
+  bool const twoEgress = OruMacSec::needsEsecDisabledEntry(*status, policy, intf);
+  for (TableUse const& use : uses) {
+    std::size_t const needed = OruMacSec::isEgressTable(use.table) && twoEgress ? 2 : 1;
+    if (use.engine != engine || use.free >= needed) {
       continue;
     }
-    if (free == 0) {
-      return fmt::format("engine {}: table {} ({}) full", engineNumber, OruMacSec::tableName(table),
-                         OruMacSec::tableHardwareId(table));
+    if (use.free == 0) {
+      return fmt::format("engine {}: table {} ({}) full", engine, OruMacSec::tableName(use.table),
+                         OruMacSec::tableHardwareId(use.table));
     }
     return fmt::format(
         "engine {}: table {} ({}) has 1 free entry; the subinterface needs a second one for its "
         "port's egress disabled entry",
-        engineNumber, OruMacSec::tableName(table), OruMacSec::tableHardwareId(table));
+        engine, OruMacSec::tableName(use.table), OruMacSec::tableHardwareId(use.table));
   }
   return fmt::format(
       "engine {} had no room when it was last reconciled; it has room now: \"macsec retry\" "
       "reconciles it",
-      engineNumber);
+      engine);
 }
 
 }  // namespace
 
-Standing standing(Switch const& host, Portix::IntfId intf) {
+Standing standing(Snapshot const& snapshot, Portix::IntfId intf) {
+  Switch const& host = snapshot.host;
   Standing out;
   out.intf = intf;
   out.macsec = host.macsec().cpStatusHas(intf);
@@ -100,12 +101,13 @@ Standing standing(Switch const& host, Portix::IntfId intf) {
   }
   out.shouldHold = shouldHold(host, *serving, intf);
   if (out.shouldHold && !out.holds) {
-    out.reason = refusal(host, *serving, intf);
+    out.reason = refusal(snapshot, *serving, intf, tableUse(host, *serving));
   }
   return out;
 }
 
-std::vector<Standing> refusedInterfaces(Switch const& host, std::optional<U16> fapId) {
+std::vector<Standing> refusedInterfaces(Snapshot const& snapshot, std::optional<U16> fapId) {
+  Switch const& host = snapshot.host;
   std::set<U16> faps;
   for (auto fap = host.faps().logicalFapIter(); fap; ++fap) {
     if (!fapId || fap.key().value() == *fapId) {
@@ -114,6 +116,7 @@ std::vector<Standing> refusedInterfaces(Switch const& host, std::optional<U16> f
   }
   std::vector<Standing> out;
   for (U16 const id : faps) {
+    std::vector<TableUse> const uses = tableUse(host, id);
     auto const set = host.faps().logicalFap(LogicalFap::LogicalFapId(id));
     std::set<Portix::IntfId> candidates;
     for (auto member = set->intfIdIter(); member; ++member) {
@@ -140,7 +143,7 @@ std::vector<Standing> refusedInterfaces(Switch const& host, std::optional<U16> f
       found.fapId = id;
       found.macsec = host.macsec().cpStatusHas(intf);
       found.shouldHold = true;
-      found.reason = refusal(host, id, intf);
+      found.reason = refusal(snapshot, id, intf, uses);
       out.push_back(std::move(found));
     }
   }

@@ -1,7 +1,8 @@
 // Where an interface stands with the index manager, as the operator is shown it: whether it holds
 // indexes (published records in some FAP's status), whether it should (its port is in a logical
 // FAP's interface set, and it runs MACsec or is a member of a static chip's set), and if it
-// should and does not, why, as the component's own tables, records and chip policy tell it.
+// should and does not, why, as the published records, the tables' use and the chip policy tell it
+// (so that a reader of the stored state, with no agent, sees the same).
 //
 // The index manager does not retry a refused interface when entries are freed: it reconciles an
 // interface only when one of its inputs changes. These functions let the host show what waits.
@@ -11,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "sim/model/Switch.h"
+#include "sim/views/Snapshot.h"
 
 namespace sim {
 
@@ -27,10 +28,10 @@ struct Standing {
   std::string reason;
 };
 
-Standing standing(Switch const& host, Portix::IntfId intf);
+Standing standing(Snapshot const& snapshot, Portix::IntfId intf);
 
 // Every interface that should hold indexes in the FAP that serves it and holds none there, each
 // listed under that FAP only: of one FAP or of all, in FAP and then interface order.
-std::vector<Standing> refusedInterfaces(Switch const& host, std::optional<U16> fapId);
+std::vector<Standing> refusedInterfaces(Snapshot const& snapshot, std::optional<U16> fapId);
 
 }  // namespace sim

@@ -97,21 +97,18 @@ json tableJson(TableUse const& use) {
           {"percent", use.percent}};
 }
 
-json fapJson(Switch const& host, U16 fapId) {
+json fapJson(Snapshot const& snapshot, U16 fapId) {
+  Switch const& host = snapshot.host;
   json out = {{"fap", fapId}};
   auto const status = host.status().indexFapStatus(LogicalFap::LogicalFapId(fapId));
   json engines = json::array();
-  if (host.agent() != nullptr) {
-    auto const machine = host.agent()->indexFapSm(LogicalFap::LogicalFapId(fapId));
-    for (TableUse const& use : tableUse(*host.agent(), fapId)) {
-      if (engines.empty() || engines.back()["engine"] != use.engine) {
-        auto const engine = machine->oruMacSecEngineResources(use.engine);
-        engines.push_back({{"engine", use.engine},
-                           {"state", engine->hwResourcesFull() ? "full" : "normal"},
-                           {"tables", json::array()}});
-      }
-      engines.back()["tables"].push_back(tableJson(use));
+  for (TableUse const& use : tableUse(host, fapId)) {
+    if (engines.empty() || engines.back()["engine"] != use.engine) {
+      bool const full = snapshot.monitor.engineFull(fapId, use.engine);
+      engines.push_back(
+          {{"engine", use.engine}, {"state", full ? "full" : "normal"}, {"tables", json::array()}});
     }
+    engines.back()["tables"].push_back(tableJson(use));
   }
   json interfaces = json::array();
   json disabled = json::array();
@@ -143,7 +140,7 @@ json fapJson(Switch const& host, U16 fapId) {
     }
   }
   json refused = json::array();
-  for (Standing const& found : refusedInterfaces(host, fapId)) {
+  for (Standing const& found : refusedInterfaces(snapshot, fapId)) {
     refused.push_back({{"name", name(found.intf)}, {"reason", found.reason}});
   }
   out["engines"] = std::move(engines);
@@ -225,9 +222,10 @@ View statusView(Snapshot const& snapshot, std::optional<U16> fapId) {
   if (fapId) {
     ids = {*fapId};
   }
-  View view{{{"status", json::array()}, {"agent-running", host.agent() != nullptr}}, ""};
+  View view{{{"status", json::array()}, {"agent-running", snapshot.monitor.state().agentRunning}},
+            ""};
   for (U16 const id : ids) {
-    view.object["status"].push_back(fapJson(host, id));
+    view.object["status"].push_back(fapJson(snapshot, id));
     view.text += fapText(view.object["status"].back());
   }
   if (ids.empty()) {
@@ -236,40 +234,125 @@ View statusView(Snapshot const& snapshot, std::optional<U16> fapId) {
   return view;
 }
 
-View utilizationView(Snapshot const& snapshot, std::optional<U16> fapId) {
+View utilizationView(Snapshot const& snapshot, std::optional<U16> fapId, std::size_t columns) {
   Switch const& host = snapshot.host;
-  View view{{{"utilization", json::array()}, {"agent-running", host.agent() != nullptr}}, ""};
-  if (host.agent() == nullptr) {
-    view.text = "no agent running: its tables are not known\n";
-    return view;
-  }
-  std::vector<Row> rows;
-  for (TableUse const& use : tableUse(*host.agent(), fapId)) {
+  View view{
+      {{"utilization", json::array()}, {"agent-running", snapshot.monitor.state().agentRunning}},
+      ""};
+  std::vector<Row> wide;
+  std::vector<Row> compact;
+  for (TableUse const& use : tableUse(host, fapId)) {
     json t = tableJson(use);
     Thresholds const limits = snapshot.monitor.thresholds(use.fapId);
     auto const* const record = snapshot.monitor.record(use);
     t["high-watermark"] = record != nullptr ? record->highWatermark : use.used;
-    t["last-high-watermark"] = record != nullptr ? json(record->atCommand) : json(nullptr);
+    t["last-high-watermark"] = record != nullptr ? json(record->highWatermarkTime) : json(nullptr);
     t["used-threshold-upper"] = limits.upper;
     t["used-threshold-upper-clear"] = limits.clear;
     t["used-threshold-upper-exceeded"] = record != nullptr && record->exceeded;
-    rows.push_back({cell(t["fap"]), cell(t["engine"]), t["table"], t["hardware-id"],
+    std::string const reached = record != nullptr ? rfc3339(record->highWatermarkTime) : "-";
+    std::string const exceeded = t["used-threshold-upper-exceeded"] ? "yes" : "no";
+    wide.push_back({cell(t["fap"]), cell(t["engine"]), t["table"], t["hardware-id"],
                     cell(t["used"]), cell(t["free"]), cell(t["max-limit"]),
-                    cell(t["percent"]) + "%", cell(t["high-watermark"]),
-                    cell(t["last-high-watermark"]), cell(t["used-threshold-upper"]) + "%",
-                    cell(t["used-threshold-upper-clear"]) + "%",
-                    t["used-threshold-upper-exceeded"] ? "yes" : "no"});
+                    cell(t["percent"]) + "%", cell(t["high-watermark"]), reached,
+                    cell(t["used-threshold-upper"]) + "%",
+                    cell(t["used-threshold-upper-clear"]) + "%", exceeded});
+    compact.push_back({cell(t["fap"]), cell(t["engine"]), t["table"], cell(t["used"]),
+                       cell(t["free"]), cell(t["max-limit"]), cell(t["percent"]) + "%",
+                       cell(t["high-watermark"]), fmt::format("{}/{}%", limits.upper, limits.clear),
+                       exceeded});
     view.object["utilization"].push_back(std::move(t));
   }
-  if (rows.empty()) {
+  if (wide.empty()) {
     view.text = "no tables\n";
     return view;
   }
-  view.text = table("rrllrrrrrrrrl",
+  view.text = table("rrllrrrrrlrrl",
                     {"FAP", "engine", "table", "hardware id", "used", "free", "max-limit", "use",
-                     "high-watermark", "at command", "upper", "clear", "exceeded"},
-                    rows);
+                     "high-watermark", "reached (UTC)", "upper", "clear", "exceeded"},
+                    wide);
+  if (view.text.find('\n') > columns) {
+    view.text = table(
+        "rrlrrrrrrl",
+        {"FAP", "eng", "table", "used", "free", "max", "use", "high", "limits", "over"}, compact);
+  }
   return view;
+}
+
+View summaryView(Snapshot const& snapshot) {
+  Switch const& host = snapshot.host;
+  View view{{{"summary", json::array()}}, ""};
+  std::map<U16, json> faps;
+  for (auto entry = host.status().indexFapStatusIter(); entry; ++entry) {
+    faps[entry.key().value()] = nullptr;
+  }
+  for (auto entry = host.faps().logicalFapIter(); entry; ++entry) {
+    faps[entry.key().value()] = nullptr;
+  }
+  for (auto& [id, fap] : faps) {
+    fap = {{"fap", id},
+           {"highest", nullptr},
+           {"exceeded", json::array()},
+           {"refused", refusedInterfaces(snapshot, id).size()}};
+  }
+  for (TableUse const& use : tableUse(host, std::nullopt)) {
+    json const table = {{"engine", use.engine},
+                        {"table", OruMacSec::tableName(use.table)},
+                        {"percent", use.percent}};
+    json& fap = faps[use.fapId];
+    if (fap["highest"].is_null() || fap["highest"]["percent"] < use.percent) {
+      fap["highest"] = table;
+    }
+    TableRecord const* const record = snapshot.monitor.record(use);
+    if (record != nullptr && record->exceeded) {
+      fap["exceeded"].push_back(table);
+    }
+  }
+  auto const name = [](json const& t) {
+    return fmt::format("engine {} {} {}%", t["engine"].get<int>(), t["table"].get<std::string>(),
+                       t["percent"].get<int>());
+  };
+  for (auto& [id, fap] : faps) {
+    std::vector<std::string> over;
+    for (json const& t : fap["exceeded"]) {
+      over.push_back(name(t));
+    }
+    std::size_t const refused = fap["refused"];
+    view.text += fmt::format(
+        "FAP {}: highest use {}; over the upper threshold: {}; {} refused interface{}\n", id,
+        fap["highest"].is_null() ? "- (no tables)" : name(fap["highest"]),
+        over.empty() ? "none" : fmt::format("{}", fmt::join(over, ", ")), refused,
+        refused == 1 ? "" : "s");
+    view.object["summary"].push_back(std::move(fap));
+  }
+  if (faps.empty()) {
+    view.text = "nothing published\n";
+  }
+  return view;
+}
+
+View eventView(ThresholdEvent const& event) {
+  TableUse const& use = event.use;
+  std::string_view const table = OruMacSec::tableName(use.table);
+  std::string_view const hardwareId = OruMacSec::tableHardwareId(use.table);
+  json const object = {{"event", event.exceeded ? "THRESHOLD_EXCEEDED" : "THRESHOLD_CLEAR"},
+                       {"time", rfc3339(event.time)},
+                       {"fap", use.fapId},
+                       {"engine", use.engine},
+                       {"table", table},
+                       {"hardware-id", hardwareId},
+                       {"percent", use.percent},
+                       {"used", use.used},
+                       {"free", use.free},
+                       {"used-threshold-upper", event.limits.upper},
+                       {"used-threshold-upper-clear", event.limits.clear}};
+  return {object,
+          fmt::format("{} {}: FAP {}, engine {}, table {} ({}): {}% used ({} used, {} free; "
+                      "{} threshold {}%)\n",
+                      object["time"].get<std::string>(), object["event"].get<std::string>(),
+                      use.fapId, use.engine, table, hardwareId, use.percent, use.used, use.free,
+                      event.exceeded ? "upper" : "clear",
+                      event.exceeded ? event.limits.upper : event.limits.clear)};
 }
 
 View interfaceView(Snapshot const& snapshot, std::vector<Portix::IntfId> const& interfaces) {
@@ -277,7 +360,7 @@ View interfaceView(Snapshot const& snapshot, std::vector<Portix::IntfId> const& 
   View view{{{"interfaces", json::array()}}, ""};
   std::vector<Row> rows;
   for (Portix::IntfId const intf : interfaces) {
-    Standing const found = standing(host, intf);
+    Standing const found = standing(snapshot, intf);
     json i = {{"name", name(intf)},
               {"fap", found.fapId ? json(*found.fapId) : json(nullptr)},
               {"macsec", found.macsec}};

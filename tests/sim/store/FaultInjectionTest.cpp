@@ -97,7 +97,8 @@ TEST(StoreFaults, ACommandThatMeetsAnIoFaultStopsTheRunAndLosesNothingBeforeIt) 
       // The database holds the commands before the failing one (all of them when the fault
       // reached no command: a checkpoint at the close, say), and a new writer goes on from there.
       sim::Switch stored;
-      sim::Store(path, sim::Store::Access::kReadOnly).load(stored);
+      sim::ResourceMonitor monitor;
+      sim::Store(path, sim::Store::Access::kReadOnly).load(stored, monitor);
       ASSERT_EQ(sim::stateText(stored), states[done]);
       sim::Session next(options, quiet, quiet);
       EXPECT_NO_THROW(next.runLine(lines[std::min(done, lines.size() - 1)], false));

@@ -134,7 +134,8 @@ TEST(StoreCrash, AKilledSimulatorLeavesTheStateAfterAWholeNumberOfCommands) {
     sim::Transcript transcript(quiet);
     sim::TranscriptSinks sinks(transcript);
     sim::Switch loaded;
-    ASSERT_NO_THROW(sim::Store(database, sim::Store::Access::kWrite).load(loaded));
+    sim::ResourceMonitor monitor;
+    ASSERT_NO_THROW(sim::Store(database, sim::Store::Access::kWrite).load(loaded, monitor));
     auto const found = prefixes.find(sim::stateText(loaded));
     ASSERT_NE(found, prefixes.end()) << "not the state after any number of commands";
     // A command is committed before the next one is echoed, and its output flushed after.

@@ -37,7 +37,8 @@ struct StoreTest : ::testing::Test {
   // The state a separate reader finds in the database.
   std::string stored() const {
     sim::Switch reader;
-    Store(path, Store::Access::kReadOnly).load(reader);
+    sim::ResourceMonitor monitor;
+    Store(path, Store::Access::kReadOnly).load(reader, monitor);
     return sim::stateText(reader);
   }
   std::ostringstream quiet;
@@ -66,11 +67,15 @@ TEST_F(StoreTest, WritesEveryChangeOfTheSharedStateAsItHappens) {
   EXPECT_THAT([&] { Store(path, Store::Access::kWrite); },
               ThrowsMessage<sim::StoreError>(HasSubstr(path + ": another simulator is writing")));
 
-  // A database of schema version 1 (where the chip's ingress disabled index was "size") is
-  // upgraded by the next writer; a reader alone cannot.
+  // A database of schema version 1 (where the chip's ingress disabled index was "size", without
+  // the monitor's tables and the change feed) is upgraded by the next writer; a reader alone
+  // cannot.
   session.reset();
   sim::Database(path, SQLITE_OPEN_READWRITE)
-      .exec("ALTER TABLE chip RENAME COLUMN isec_disabled TO size; PRAGMA user_version = 1");
+      .exec(
+          "DROP TABLE threshold; DROP TABLE watermark; DROP TABLE engine_state; DROP TABLE change; "
+          "DROP TABLE monitor_value; ALTER TABLE chip RENAME COLUMN isec_disabled TO size; "
+          "PRAGMA user_version = 1");
   EXPECT_THAT([&] { Store(path, Store::Access::kReadOnly); },
               ThrowsMessage<sim::StoreError>(HasSubstr("schema version 1, written by an earlier")));
   // A later simulator over the same database follows the state it loaded.
@@ -84,11 +89,11 @@ TEST_F(StoreTest, WritesEveryChangeOfTheSharedStateAsItHappens) {
   sim::Session reader(readOnly, quiet, quiet);
   EXPECT_EQ(sim::stateText(reader.host()), stored());
   EXPECT_EQ(reader.host().agent(), nullptr);
-  for (char const* line : {"show", "threshold all upper=90", "logs all", "trace off", "help"}) {
+  for (char const* line : {"show", "show utilization", "logs all", "trace off", "help"}) {
     EXPECT_NO_THROW(reader.runLine(line, false)) << line;
   }
   for (char const* line : {"chip 1", "fap del 1", "intf add 1 Ethernet3", "macsec on Ethernet1",
-                           "macsec retry", "agent start"}) {
+                           "macsec retry", "agent start", "threshold all upper=90"}) {
     EXPECT_THAT([&] { reader.runLine(line, false); },
                 ThrowsMessage<sim::ScenarioError>(StartsWith("the state is open read-only")))
         << line;
@@ -139,7 +144,7 @@ TEST_F(StoreTest, RefusesWhatTheSwitchRefusesNamingTheTableAndTheRow) {
       {"INSERT INTO fap VALUES (2); INSERT INTO member VALUES (2, 'Ethernet1')",
        "table member, row (fap=2, interface='Ethernet1'): Ethernet1 is in the interface set of "
        "logical FAP 1 already"},
-      {"PRAGMA user_version = 3", "schema version 3; this simulator reads version 2"},
+      {"PRAGMA user_version = 4", "schema version 4; this simulator reads version 3"},
       {"PRAGMA application_id = 7", "not a macsec-index-sim state database"},
   };
   for (auto const& [edit, expected] : cases) {
@@ -152,7 +157,8 @@ TEST_F(StoreTest, RefusesWhatTheSwitchRefusesNamingTheTableAndTheRow) {
     db.exec("PRAGMA ignore_check_constraints = 1; PRAGMA foreign_keys = OFF");
     db.exec(edit);
     sim::Switch host;
-    EXPECT_THAT([&] { Store(path, Store::Access::kWrite).load(host); },
+    sim::ResourceMonitor monitor;
+    EXPECT_THAT([&] { Store(path, Store::Access::kWrite).load(host, monitor); },
                 ThrowsMessage<sim::StoreError>(HasSubstr(path + ": " + expected)));
   }
   remove();

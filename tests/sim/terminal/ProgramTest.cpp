@@ -158,7 +158,7 @@ TEST(SimProgram, StopsWithTheCauseWhenTheDiskIsFull) {
     }
   }
   auto const [status, output] =
-      runShell("--state " + db + " " + scenario, "trap '' XFSZ; ulimit -f 256; ");
+      runShell("--state " + db + " " + scenario, "trap '' XFSZ; ulimit -f 1024; ");
   EXPECT_EQ(status, 1);
   EXPECT_THAT(output, ContainsRegex("\n> macsec on Ethernet[0-9]+\nerror: state database " + db +
                                     ": cannot write: (disk I/O error \\(SQLITE_IOERR_WRITE\\)|"

@@ -102,8 +102,7 @@ struct ViewedSwitch {
     options.statePath = path_;
     options.format = sim::Transcript::Format::kJson;
     session = std::make_unique<sim::Session>(options, out, out);
-    thresholds.clear();
-    exceeded.clear();
+    // Thresholds and their state are kept in the database: the new simulator goes on from them.
     check(out.str(), "the start-up");
   }
 
@@ -272,9 +271,31 @@ TEST(OperatorView, AgreesWithTheStateOverRandomRuns) {
         EXPECT_EQ(faps.count(where["fap"].get<int>()), 1u) << where;
       }
       json const use = r.view("show utilization json");
+      // A reader of the database, with no agent, shows what the writer shows.
+      std::ostringstream readerOut;
+      sim::SessionOptions readOnly;
+      readOnly.statePath = r.path_;
+      readOnly.readOnly = true;
+      readOnly.format = sim::Transcript::Format::kJson;
+      sim::Session reader(readOnly, readerOut, readerOut);
+      for (char const* line : {"show utilization json", "show json", "show summary json"}) {
+        readerOut.str("");
+        reader.runLine(line, false);
+        EXPECT_EQ(json::parse(readerOut.str()), r.view(line)) << line << ", step " << step;
+      }
+      auto const* const agent = r.session->host().agent();
       for (json const& t : use["utilization"]) {
         TableKey const key{t["fap"], t["engine"], t["table"]};
         ASSERT_EQ(t["used"], records[key]) << t;
+        if (agent != nullptr) {  // what the agent's own tables book
+          auto const engine = agent->indexFapSm(LogicalFap::LogicalFapId(t["fap"].get<U16>()))
+                                  ->oruMacSecEngineResources(t["engine"].get<U16>());
+          auto const table = OruMacSec::kEngineTables[t["hardware-id"] == "ESEC_SC_TABLE"   ? 0
+                                                      : t["hardware-id"] == "ISEC_SC_TABLE" ? 1
+                                                      : t["hardware-id"] == "ISEC_SP_TABLE" ? 2
+                                                                                            : 3];
+          EXPECT_EQ(t["used"], engine->table(table)->allocatedIndexSize()) << t;
+        }
         EXPECT_EQ(t["free"], std::max(0, int(t["max-limit"]) - int(t["used"]))) << t;
         EXPECT_GE(t["high-watermark"], t["used"]) << t;
         EXPECT_EQ(t["used-threshold-upper-exceeded"], r.exceeded[key]) << t;

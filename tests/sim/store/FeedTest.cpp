@@ -1,6 +1,7 @@
 // The change feed against writers killed at random moments: a follower started before them sees
 // every committed change exactly once, in seq order, and its set/del lines replayed over the
 // starting state give the final state's records.
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -31,8 +32,10 @@ pid_t start(std::vector<std::string> arguments, std::string const& output) {
   arguments.insert(arguments.begin(), SIM_PROGRAM);
   pid_t const pid = ::fork();
   if (pid == 0) {
-    std::freopen(output.c_str(), "w", stdout);
-    std::freopen(output.c_str(), "a", stderr);
+    // Only async-signal-safe calls between fork and exec: the follower's thread runs meanwhile.
+    int const fd = ::open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+    ::dup2(fd, STDOUT_FILENO);
+    ::dup2(fd, STDERR_FILENO);
     std::vector<char*> argv;
     for (std::string& a : arguments) {
       argv.push_back(a.data());

@@ -91,14 +91,14 @@ TimeNs parseRfc3339(std::string_view text) {
         offsetUsed != 5 || offsetHour > 23 || offsetMinute > 59) {
       throw refuse();
     }
-    offset = (TimeNs(offsetHour) * 3600 + offsetMinute * 60) * (rest[0] == '+' ? 1 : -1);
+    offset = (TimeNs(offsetHour) * 3600 + TimeNs(offsetMinute) * 60) * (rest[0] == '+' ? 1 : -1);
     rest = {};
   }
   if (!rest.empty()) {
     throw refuse();
   }
-  TimeNs const seconds =
-      daysFromCivil(year, month, day) * 86400 + hour * 3600 + minute * 60 + second - offset;
+  TimeNs const seconds = daysFromCivil(year, month, day) * 86400 + TimeNs(hour) * 3600 +
+                         TimeNs(minute) * 60 + second - offset;
   return seconds * kSecond + fraction;
 }
 

@@ -98,7 +98,7 @@ class FeedReader {
 
 void followFeed(std::string const& path, FollowOptions const& options, std::ostream& out) {
   // The database is checked as any reader checks it: a state database of this schema.
-  Store(path, Store::Access::kReadOnly);
+  { Store const checked(path, Store::Access::kReadOnly); }
   FeedReader reader(path);
   reader.changed();  // through a writer's WAL when there is one, so that `last` is the latest
   std::int64_t last = 0;

@@ -37,6 +37,7 @@ pid_t start(std::vector<std::string> arguments, std::string const& output) {
     ::dup2(fd, STDOUT_FILENO);
     ::dup2(fd, STDERR_FILENO);
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (std::string& a : arguments) {
       argv.push_back(a.data());
     }

@@ -40,7 +40,10 @@ the scenario files, in order, or of standard input when no file is given. Each c
 
 When standard input and output are a terminal and no file is given, commands are typed at the
 prompt "macsec-index-sim> " with line editing, a history (up arrow) and TAB completion of commands
-and interface names; they are not echoed again.
+and interface names; they are not echoed again. Ctrl-C abandons the line being typed, Ctrl-D ends
+the session. The last 1000 commands are kept in $XDG_STATE_HOME/macsec-index-sim/history
+(~/.local/state/macsec-index-sim/history when XDG_STATE_HOME is unset or empty) for the next
+session.
 
 Options:
   --state <file>     keeps the switch's shared state (chip policies, logical FAPs and their
@@ -217,15 +220,32 @@ std::size_t terminalColumns() {
   return 80;
 }
 
+// Where the terminal keeps its history between sessions, by the XDG base directory convention:
+// $XDG_STATE_HOME/macsec-index-sim/history, or under ~/.local/state when XDG_STATE_HOME is not an
+// absolute path (unset or empty); nowhere when there is no home either.
+std::string historyPath() {
+  char const* const state = std::getenv("XDG_STATE_HOME");
+  if (state != nullptr && state[0] == '/') {
+    return std::string(state) + "/macsec-index-sim/history";
+  }
+  char const* const home = std::getenv("HOME");
+  if (home != nullptr && home[0] != '\0') {
+    return std::string(home) + "/.local/state/macsec-index-sim/history";
+  }
+  return "";
+}
+
 // Runs the commands of standard input: typed at the terminal when standard input and output are
 // one, else read as they come. Returns whether every command applied.
 bool runStandardInput(sim::Session& session) {
   bool const interactive = isatty(STDIN_FILENO) != 0;
   if (interactive && isatty(STDOUT_FILENO) != 0) {
-    sim::Terminal terminal("macsec-index-sim> ",
-                           [&session](std::string_view lineBeforeCursor, std::string_view word) {
-                             return sim::completions(session.host(), lineBeforeCursor, word);
-                           });
+    sim::Terminal terminal(
+        "macsec-index-sim> ",
+        [&session](std::string_view lineBeforeCursor, std::string_view word) {
+          return sim::completions(session.host(), lineBeforeCursor, word);
+        },
+        historyPath());
     return session.runLines(terminal, "<stdin>", {true, false});
   }
   sim::StreamLines lines(std::cin);

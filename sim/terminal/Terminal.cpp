@@ -6,11 +6,23 @@
 // clang-format on
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <string>
+
+namespace {
+// Set by Ctrl-C (SIGINT) while a Terminal exists.
+volatile std::sig_atomic_t terminalInterrupted = 0;
+}  // namespace
+
+// The SIGINT handler while a Terminal exists (C linkage, as a signal handler should have).
+extern "C" void noteTerminalInterrupt(int /*signal*/) {
+  terminalInterrupted = 1;
+}
 
 namespace sim {
 
@@ -18,9 +30,6 @@ namespace {
 
 // The Terminal that libedit's completion callback serves.
 Terminal const* activeTerminal = nullptr;
-
-// Lines of history kept; the oldest go first.
-constexpr int kHistoryLines = 1000;
 
 struct FreeDeleter {
   void operator()(void* p) const { std::free(p); }
@@ -59,26 +68,48 @@ char** matchArray(std::vector<std::string> const& words) {
 
 }  // namespace
 
-Terminal::Terminal(std::string prompt, Completer completer)
-    : prompt_(std::move(prompt)), completer_(std::move(completer)) {
+Terminal::Terminal(std::string prompt, Completer completer, std::string historyPath)
+    : prompt_(std::move(prompt)),
+      completer_(std::move(completer)),
+      history_(std::move(historyPath), kHistoryLines, std::cerr) {
   if (activeTerminal != nullptr) {
     throw std::logic_error("one terminal at a time");
   }
   activeTerminal = this;
   rl_readline_name = "macsec-index-sim";  // the name that ~/.editrc settings may be given for
   rl_attempted_completion_function = &Terminal::complete;
+  rl_catch_signals = 1;
   using_history();
-  stifle_history(kHistoryLines);
+  stifle_history(int(kHistoryLines));
+  for (std::string const& line : history_.load()) {
+    add_history(line.c_str());
+  }
+  // While readline waits for a key, libedit's own handler is in place (rl_catch_signals): it
+  // interrupts the read, so that readline gives up the line, and passes the signal on to this
+  // one. Outside readline, SA_RESTART keeps a Ctrl-C from failing a command's writes.
+  struct sigaction interrupt {};
+  interrupt.sa_handler = &noteTerminalInterrupt;
+  interrupt.sa_flags = SA_RESTART;
+  sigemptyset(&interrupt.sa_mask);
+  sigaction(SIGINT, &interrupt, &previousInterrupt_);
 }
 
 Terminal::~Terminal() {
+  sigaction(SIGINT, &previousInterrupt_, nullptr);
   clear_history();
   rl_attempted_completion_function = nullptr;
   activeTerminal = nullptr;
 }
 
 std::optional<InputLine> Terminal::next() {
-  MallocString const typed(readline(prompt_.c_str()));
+  terminalInterrupted = 0;
+  MallocString typed(readline(prompt_.c_str()));
+  // Ctrl-C drops the line typed so far and prompts again, as shells do.
+  while (!typed && terminalInterrupted != 0) {
+    std::fputs("^C\n", stdout);
+    terminalInterrupted = 0;
+    typed.reset(readline(prompt_.c_str()));
+  }
   if (!typed) {
     std::fputc('\n', stdout);
     std::fflush(stdout);
@@ -92,6 +123,7 @@ std::optional<InputLine> Terminal::next() {
   line.text = typed.get();
   if (hasText(line.text)) {
     add_history(typed.get());
+    history_.append(line.text);
   }
   return line;
 }

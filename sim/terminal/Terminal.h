@@ -1,8 +1,12 @@
-// Lines typed at a terminal: a prompt, line editing, a history kept in memory and TAB completion
-// (libedit, through its readline-compatible API). The terminal asks an injected function for the
-// words that may complete the word under the cursor, so it knows nothing of the command language.
+// Lines typed at a terminal: a prompt, line editing, a history kept between sessions, TAB
+// completion and Ctrl-C to abandon a line (libedit, through its readline-compatible API). The
+// terminal asks an injected function for the words that may complete the word under the cursor,
+// so it knows nothing of the command language.
 #pragma once
 
+#include <signal.h>
+
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -10,6 +14,7 @@
 #include <vector>
 
 #include "sim/session/LineSource.h"
+#include "sim/terminal/HistoryFile.h"
 
 namespace sim {
 
@@ -22,15 +27,22 @@ using Completer = std::function<std::vector<std::string>(std::string_view lineBe
 // state in globals, so only one Terminal may exist at a time.
 class Terminal : public LineSource {
  public:
-  // Throws std::logic_error when another Terminal exists.
-  Terminal(std::string prompt, Completer completer);
+  // The most recent lines the history keeps, in memory and in its file.
+  static constexpr std::size_t kHistoryLines = 1000;
+
+  // Offers the lines kept in `historyPath` (none when empty) to the up arrow, and catches SIGINT
+  // until destroyed, when its previous disposition comes back. A history file that cannot be read
+  // or written costs one warning on standard error. Throws std::logic_error when another Terminal
+  // exists.
+  Terminal(std::string prompt, Completer completer, std::string historyPath);
   ~Terminal() override;
   Terminal(Terminal const&) = delete;
   Terminal& operator=(Terminal const&) = delete;
 
   // The next line typed after the prompt, or nothing when the input ends (Ctrl-D on an empty
-  // line), after moving the cursor to a fresh line. Every line with text other than blanks joins
-  // the history that the up arrow walks back through.
+  // line), after moving the cursor to a fresh line. Ctrl-C abandons the line being typed, which
+  // is neither returned nor kept, and prompts again. Every line with text other than blanks joins
+  // the history that the up arrow walks back through, and its file.
   std::optional<InputLine> next() override;
 
  private:
@@ -38,6 +50,8 @@ class Terminal : public LineSource {
 
   std::string const prompt_;
   Completer const completer_;
+  HistoryFile history_;
+  struct sigaction previousInterrupt_ {};
 };
 
 }  // namespace sim

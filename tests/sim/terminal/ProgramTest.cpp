@@ -1,6 +1,6 @@
 // The simulator program as people run it: at a terminal (a pseudo-terminal here) with a prompt,
-// a history and completion, and on files and pipes, where bad input gets one clear line and the
-// exit status tells what happened.
+// a history kept between sessions, completion and Ctrl-C, and on files and pipes, where bad input
+// gets one clear line and the exit status tells what happened.
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <pty.h>
@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 
@@ -19,15 +20,18 @@ using ::testing::ContainsRegex;
 using ::testing::EndsWith;
 using ::testing::Pair;
 
-// The simulator on a pseudo-terminal, with a home of its own (no ~/.editrc) and a plain xterm.
+// A shell command, by default the simulator alone, on a pseudo-terminal, with a home of its own
+// (no ~/.editrc), `stateHome` for the history and a plain xterm.
 class TerminalRun {
  public:
-  TerminalRun() {
-    std::string home = "HOME=" + ::testing::TempDir(), term = "TERM=xterm";
-    char* const env[] = {home.data(), term.data(), nullptr};
+  explicit TerminalRun(std::string const& stateHome,
+                       std::string const& command = "exec " SIM_PROGRAM) {
+    std::string home = "HOME=" + ::testing::TempDir(), state = "XDG_STATE_HOME=" + stateHome,
+                term = "TERM=xterm";
+    char* const env[] = {home.data(), state.data(), term.data(), nullptr};
     pid_ = forkpty(&fd_, nullptr, nullptr, nullptr);
     if (pid_ == 0) {
-      execle(SIM_PROGRAM, SIM_PROGRAM, nullptr, env);
+      execle("/bin/sh", "sh", "-c", command.c_str(), nullptr, env);
       _exit(127);
     }
   }
@@ -49,7 +53,11 @@ class TerminalRun {
          ++wait) {
       ::usleep(1000);
     }
-    return prompted && ::write(fd_, keys.data(), keys.size()) == ssize_t(keys.size());
+    return prompted && send(keys);
+  }
+  // Types `keys` at once.
+  bool send(std::string const& keys) {
+    return ::write(fd_, keys.data(), keys.size()) == ssize_t(keys.size());
   }
   // Reads what the program writes until `text` appears after what was awaited before, or until
   // the program ends or is silent for ten seconds; returns whether `text` appeared.
@@ -90,12 +98,23 @@ class TerminalRun {
   bool closed_ = false;
 };
 
-TEST(SimProgram, ATerminalSessionPromptsRecallsCompletesAndEndsWithOneAfterAnError) {
-  TerminalRun run;
+// A fresh directory for the test's files, removed with them at the end.
+struct Scratch {
+  std::string const path = ::testing::TempDir() + "program-" + std::to_string(::getpid());
+  Scratch() { std::filesystem::remove_all(path); }
+  ~Scratch() { std::filesystem::remove_all(path); }
+};
+
+TEST(SimProgram, ATerminalSessionPromptsRecallsCompletesAbandonsOnCtrlCAndEndsWithOneAfterAnError) {
+  Scratch const state;
+  TerminalRun run(state.path);
   // More interfaces than completion lists: Ethernet2.1-250 must not make "Ether" "Ethernet2.".
   ASSERT_TRUE(run.type("fap add 1 Ethernet2.1-250 Ethernet7 Ethernet12\r"));
   ASSERT_TRUE(run.type("mac\ton Ether\t7 Ethernet1\t\r"));  // macsec on Ethernet7 Ethernet12
   ASSERT_TRUE(run.type("show 1\r"));
+  ASSERT_TRUE(run.type("fap del 1"));  // abandoned: neither run, nor counted, nor recalled
+  ASSERT_TRUE(run.await("fap del 1") && run.send("\x03"));
+  ASSERT_TRUE(run.await("^C\r\n"));
   ASSERT_TRUE(run.type("  \r"));      // a blank line stays out of the history
   ASSERT_TRUE(run.type("\x1b[A\r"));  // so the up arrow recalls "show 1"
   ASSERT_TRUE(run.type("intf add 9 Ethernet1\r"));
@@ -104,6 +123,53 @@ TEST(SimProgram, ATerminalSessionPromptsRecallsCompletesAndEndsWithOneAfterAnErr
   EXPECT_THAT(run.screen, ContainsRegex("Ethernet7 +0 +0 +0 +0 +0\r\n  Ethernet12 +0 +1 +1 +1 +1"));
   EXPECT_THAT(run.screen, ContainsRegex("FAP 1: .*FAP 1: "));  // "show 1" ran twice
   EXPECT_EQ(run.screen.find("\n> "), std::string::npos);       // the terminal shows a command once
+}
+
+// The history file keeps the newest 1000 commands for the next session; one that cannot be kept
+// costs a warning, not the session.
+TEST(SimProgram, ATerminalSessionRecallsTheNewestThousandCommandsOfTheSessionsBefore) {
+  Scratch const state;
+  std::string const file = state.path + "/macsec-index-sim/history";
+  std::filesystem::create_directories(state.path + "/macsec-index-sim");
+  {
+    std::ofstream old(file);
+    for (int line = 1; line <= 1005; ++line) {
+      old << "# old " << line << "\n";
+    }
+  }
+  {
+    TerminalRun first(state.path);
+    ASSERT_TRUE(first.type("fap add 1 Ethernet1\r"));
+    EXPECT_EQ(first.finish(), 0);
+  }
+  std::vector<std::string> kept;
+  std::ifstream in(file);
+  for (std::string line; std::getline(in, line);) {
+    kept.push_back(line);
+  }
+  ASSERT_EQ(kept.size(), 1000U);
+  EXPECT_EQ(kept.front(), "# old 7");
+  EXPECT_EQ(kept.back(), "fap add 1 Ethernet1");
+
+  TerminalRun next(state.path);
+  ASSERT_TRUE(next.type("\x1b[A\r"));
+  ASSERT_TRUE(next.type("show 1\r"));
+  EXPECT_EQ(next.finish(), 0);
+  EXPECT_THAT(next.screen, ContainsRegex("fap add 1 Ethernet1\r\n.*FAP 1: "));
+
+  TerminalRun unkept(file);  // a file where the history's directory should be
+  ASSERT_TRUE(unkept.type("show\r"));
+  EXPECT_EQ(unkept.finish(), 0);
+  EXPECT_THAT(unkept.screen,
+              ContainsRegex("warning: the command history is not kept: cannot create "
+                            "the directory .*: Not a directory\r\n"));
+}
+
+// Only the terminal catches Ctrl-C: a script on a pipe still dies of it.
+TEST(SimProgram, APipedScriptDiesOfSigint) {
+  TerminalRun run(::testing::TempDir(), "trap : INT; cat | " SIM_PROGRAM "; echo \"status $?\"");
+  ASSERT_TRUE(run.send("show\r") && run.await("> show\r\n") && run.send("\x03"));
+  EXPECT_TRUE(run.await("status 130"));  // 128 + SIGINT; it would end with 0 at the end of input
 }
 
 // The exit status and output of the simulator run by the shell on `arguments`, after the shell

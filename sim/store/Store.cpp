@@ -508,7 +508,6 @@ std::vector<StateWarning> Store::load(Switch& host, ResourceMonitor& monitor) {
     } catch (RefusedError const& error) {
       fail(fmt::format("table threshold: {}", error.what()));
     }
-    storedMonitor_ = monitor.state();
   } catch (DatabaseError const& error) {
     db_->rollback();
     fail(fmt::format("cannot read: {}", error.what()));

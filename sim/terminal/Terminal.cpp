@@ -5,7 +5,12 @@
 #include <editline/readline.h>
 // clang-format on
 
+#include <poll.h>
+#include <pthread.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -22,6 +27,44 @@ volatile std::sig_atomic_t terminalInterrupted = 0;
 // The SIGINT handler while a Terminal exists (C linkage, as a signal handler should have).
 extern "C" void noteTerminalInterrupt(int /*signal*/) {
   terminalInterrupted = 1;
+}
+
+// Reads one key for libedit, or gives EOF once Ctrl-C was typed. SIGINT stays blocked except
+// while waiting for the key, so a Ctrl-C typed while libedit is busy between two reads (echoing
+// the last key, say) ends the next wait instead of coming before a blocking read that then waits
+// for a whole line in the cooked mode libedit's handler has restored.
+extern "C" int readTerminalKey(FILE* in) {
+  sigset_t interrupt;
+  sigset_t previous;
+  sigemptyset(&interrupt);
+  sigaddset(&interrupt, SIGINT);
+  pthread_sigmask(SIG_BLOCK, &interrupt, &previous);
+  sigset_t waiting = previous;
+  sigdelset(&waiting, SIGINT);
+  int key = EOF;
+  for (;;) {
+    if (terminalInterrupted != 0) {
+      break;
+    }
+    pollfd ready{::fileno(in), POLLIN, 0};
+    if (::ppoll(&ready, 1, nullptr, &waiting) < 0) {
+      if (errno == EINTR) {
+        continue;  // Ctrl-C is seen above; other signals (a window resize) are not ours
+      }
+      break;
+    }
+    unsigned char byte = 0;
+    ssize_t const n = ::read(::fileno(in), &byte, 1);
+    if (n == 1) {
+      key = byte;
+      break;
+    }
+    if (n == 0 || errno != EINTR) {
+      break;
+    }
+  }
+  pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+  return key;
 }
 
 namespace sim {
@@ -79,6 +122,7 @@ Terminal::Terminal(std::string prompt, Completer completer, std::string historyP
   rl_readline_name = "macsec-index-sim";  // the name that ~/.editrc settings may be given for
   rl_attempted_completion_function = &Terminal::complete;
   rl_catch_signals = 1;
+  rl_getc_function = &readTerminalKey;
   using_history();
   stifle_history(int(kHistoryLines));
   for (std::string const& line : history_.load()) {

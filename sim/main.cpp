@@ -1,4 +1,5 @@
 // macsec-index-sim: runs the MACsec index manager in a simulated switch, driven by scenarios.
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,11 +11,14 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "sim/metrics/MetricsServer.h"
+#include "sim/metrics/SessionMetrics.h"
 #include "sim/session/Commands.h"
 #include "sim/session/Completion.h"
 #include "sim/session/Session.h"
@@ -53,6 +57,12 @@ Options:
   --export <json>    writes the shared state as JSON once the commands ran ("-": standard output).
   --json             writes the whole transcript as JSON, one object per line (JSON Lines): the
                      commands, log messages, traces, warnings, events and views.
+  --metrics <host>:<port>
+                     serves Prometheus metrics at http://<host>:<port>/metrics while the
+                     simulator runs: the use of every table, the refused interfaces, the
+                     threshold events and the committed changes. A reader (--read-only) reads
+                     the database at each scrape and, with no scenario file and standard input
+                     not a terminal, reads no commands: it serves until SIGTERM or SIGINT.
   --help             prints this text and the commands.
   --version          prints the version.
 With --import or --export and no scenario file, no commands are read and the agent does not start:
@@ -68,6 +78,7 @@ struct Options {
   sim::SessionOptions session;
   bool json = false;
   std::string exportPath;
+  std::string metrics;  // the endpoint, "<host>:<port>"; empty: no metrics
   std::vector<std::string> files;
 };
 
@@ -130,10 +141,11 @@ int parseOptions(int argc, char** argv, Options& options) {
       session.readOnly = true;
       continue;
     }
-    std::string* const value = argument == "--state"    ? &session.statePath
-                               : argument == "--import" ? &session.importPath
-                               : argument == "--export" ? &options.exportPath
-                                                        : nullptr;
+    std::string* const value = argument == "--state"     ? &session.statePath
+                               : argument == "--import"  ? &session.importPath
+                               : argument == "--export"  ? &options.exportPath
+                               : argument == "--metrics" ? &options.metrics
+                                                         : nullptr;
     if (value != nullptr || argument == "--synchronous") {
       if (i + 1 == argc) {
         return usageError(argument + " needs a value");
@@ -145,6 +157,13 @@ int parseOptions(int argc, char** argv, Options& options) {
         session.sync = given == "full" ? sim::Store::Sync::kFull : sim::Store::Sync::kNormal;
       } else {
         return usageError("--synchronous takes normal or full, not " + given);
+      }
+      if (argument == "--metrics") {
+        try {
+          sim::parseEndpoint(given);
+        } catch (std::invalid_argument const& error) {
+          return usageError("--metrics: " + std::string(error.what()));
+        }
       }
       continue;
     }
@@ -169,6 +188,7 @@ bool runStandardInput(sim::Session& session) {
   if (interactive && isatty(STDOUT_FILENO) != 0) {
     sim::Terminal terminal("macsec-index-sim> ",
                            [&session](std::string_view lineBeforeCursor, std::string_view word) {
+                             auto const lock = session.lock();  // the metrics server reads too
                              return sim::completions(session.host(), lineBeforeCursor, word);
                            });
     return session.runLines(terminal, "<stdin>", {true, false});
@@ -177,14 +197,57 @@ bool runStandardInput(sim::Session& session) {
   return session.runLines(lines, "<stdin>", {interactive, true});
 }
 
-// Opens the session, runs the commands and exports. Errors of the state (store, files) and
-// unreadable scenario files escape as exceptions.
+// A reader with metrics and no commands to read serves until it is told to stop.
+bool servesUntilStopped(Options const& options) {
+  return options.session.readOnly && !options.metrics.empty() && options.files.empty() &&
+         options.exportPath.empty() && isatty(STDIN_FILENO) == 0;
+}
+
+// The signals that end a reader serving metrics. They are blocked before the metrics server's
+// threads start, which inherit the mask, so that only sigwait takes them.
+sigset_t blockStopSignals() {
+  sigset_t stop;
+  sigemptyset(&stop);
+  sigaddset(&stop, SIGINT);
+  sigaddset(&stop, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &stop, nullptr);
+  return stop;
+}
+
+// Serves the metrics of `session`: a writer's own state, or what a reader's database holds at
+// each scrape.
+std::optional<sim::MetricsServer> serveMetrics(Options const& options,
+                                               sim::Session const& session) {
+  if (options.metrics.empty()) {
+    return std::nullopt;
+  }
+  if (!options.session.readOnly) {
+    return std::make_optional<sim::MetricsServer>(
+        options.metrics, [&session] { return sim::metricsInput(session); });
+  }
+  return std::make_optional<sim::MetricsServer>(options.metrics,
+                                                [&session, path = options.session.statePath] {
+                                                  return sim::storeMetricsInput(session, path);
+                                                });
+}
+
+// Opens the session, runs the commands and exports. Errors of the state (store, files), of the
+// metrics endpoint and unreadable scenario files escape as exceptions.
 int runSession(Options const& options) {
   // Every scenario file is tried before anything runs, so that a misspelt name changes nothing.
   for (std::string const& file : options.files) {
     openScenario(file);
   }
+  bool const serveOnly = servesUntilStopped(options);
+  sigset_t const stop = serveOnly ? blockStopSignals() : sigset_t{};
   sim::Session session(options.session, std::cout, std::cerr);
+  // Declared after the session, so that it stops serving before the session goes.
+  std::optional<sim::MetricsServer> const metrics = serveMetrics(options, session);
+  if (serveOnly) {
+    int received = 0;
+    sigwait(&stop, &received);
+    return 0;
+  }
   bool ok = true;
   if (options.session.startAgent && options.files.empty()) {
     ok = runStandardInput(session);
@@ -197,6 +260,7 @@ int runSession(Options const& options) {
     }
   }
   if (!options.exportPath.empty()) {
+    auto const lock = session.lock();  // the metrics server may be reading the state
     sim::exportState(session.host(), options.exportPath);
   }
   return ok ? 0 : 1;

@@ -96,6 +96,7 @@ void Session::finish() {
   transcript_.commandEnd();
   for (ThresholdEvent const& event : monitor_.check(host_.agent(), commands_)) {
     transcript_.view(eventView(event));
+    ++thresholdEvents_;
   }
   if (store_ && !readOnly_) {
     store_->commit();
@@ -104,6 +105,7 @@ void Session::finish() {
 }
 
 void Session::runLine(std::string_view line, bool echo) {
+  std::lock_guard<std::mutex> const guard(mutex_);
   auto const first = line.find_first_not_of(" \t");
   auto const lineWords = words(line);
   if (lineWords.empty()) {
@@ -116,6 +118,7 @@ void Session::runLine(std::string_view line, bool echo) {
   if (echo) {
     transcript_.command(line.substr(first));
   }
+  bool changesState = false;
   try {
     Command const* const command = findCommand(lineWords[0]);
     if (command == nullptr) {
@@ -128,6 +131,7 @@ void Session::runLine(std::string_view line, bool echo) {
           "the state is open read-only (--read-only): commands that change it are refused");
     }
     ++commands_;  // refused commands count; lines that are not commands do not
+    changesState = command->changesState;
     CommandContext context{host_, transcript_, monitor_};
     command->run(context, arguments);
   } catch (...) {
@@ -135,6 +139,9 @@ void Session::runLine(std::string_view line, bool echo) {
     throw;
   }
   finish();
+  if (changesState) {
+    ++committedChanges_;
+  }
 }
 
 bool Session::runLines(LineSource& lines, std::string const& name, InputMode mode) {

@@ -7,10 +7,16 @@
 // line is read against the command table, refused when the session is read-only and the command
 // changes state, run, and then its transcript is ended (log summary, threshold events) and what it
 // changed is committed to the store before the next line is read.
+//
+// A session runs its commands on one thread. Another thread (the metrics server) may read it
+// meanwhile, holding lock() while it reads: a line runs under the same lock, so that thread sees
+// the state between two commands, never in the middle of one.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <mutex>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -56,6 +62,14 @@ class Session {
   ResourceMonitor& monitor() { return monitor_; }
   Snapshot snapshot() const { return {host_, monitor_}; }
 
+  // Keeps every line from running while the lock is held; held by runLine while a line runs.
+  std::unique_lock<std::mutex> lock() const { return std::unique_lock<std::mutex>(mutex_); }
+  // The threshold events the resource monitor reported since the session opened.
+  std::uint64_t thresholdEventCount() const { return thresholdEvents_; }
+  // The commands that changed state and were committed (applied, without a store) since the
+  // session opened.
+  std::uint64_t committedChangeCount() const { return committedChanges_; }
+
   // Runs one line: a command, or a comment (kept in the transcript when `echo`). Throws what the
   // command throws (ScenarioError, RefusedError), having changed nothing, or StoreError when the
   // store cannot keep what the command changed.
@@ -80,6 +94,9 @@ class Session {
   std::unique_ptr<Store> store_;
   bool const readOnly_;
   std::size_t commands_ = 0;
+  std::uint64_t thresholdEvents_ = 0;
+  std::uint64_t committedChanges_ = 0;
+  mutable std::mutex mutex_;
 };
 
 // `text` with every byte that is not printable ASCII written as \xNN, so that an error shows the

@@ -1,4 +1,5 @@
 // macsec-index-sim: runs the MACsec index manager in a simulated switch, driven by scenarios.
+#include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,6 +21,8 @@
 #include <vector>
 
 #include "sim/language/Words.h"
+#include "sim/metrics/MetricsServer.h"
+#include "sim/metrics/SessionMetrics.h"
 #include "sim/model/Clock.h"
 #include "sim/session/Commands.h"
 #include "sim/session/Completion.h"
@@ -71,6 +74,12 @@ Options:
                      runs at <time> and each one after it a second later, so that times in
                      events and high-watermarks repeat from run to run. The environment variable
                      MACSEC_INDEX_SIM_CLOCK does the same; the option wins.
+  --metrics <host>:<port>
+                     serves Prometheus metrics at http://<host>:<port>/metrics while the
+                     simulator runs: the use of every table, the refused interfaces, the
+                     threshold events and the committed changes. A reader (--read-only) reads
+                     the database at each scrape and, with no scenario file and standard input
+                     not a terminal, reads no commands: it serves until SIGTERM or SIGINT.
   --help             prints this text and the commands.
   --version          prints the version.
 With --import or --export and no scenario file, no commands are read and the agent does not start:
@@ -87,6 +96,7 @@ struct Options {
   bool follow = false;
   std::optional<std::int64_t> since;
   std::string exportPath;
+  std::string metrics;  // the endpoint, "<host>:<port>"; empty: no metrics
   std::vector<std::string> files;
 };
 
@@ -154,11 +164,12 @@ int parseOptions(int argc, char** argv, Options& options) {
       options.follow = true;
       continue;
     }
-    std::string* const value = argument == "--state"    ? &session.statePath
-                               : argument == "--import" ? &session.importPath
-                               : argument == "--export" ? &options.exportPath
-                               : argument == "--clock"  ? &clock
-                                                        : nullptr;
+    std::string* const value = argument == "--state"     ? &session.statePath
+                               : argument == "--import"  ? &session.importPath
+                               : argument == "--export"  ? &options.exportPath
+                               : argument == "--clock"   ? &clock
+                               : argument == "--metrics" ? &options.metrics
+                                                         : nullptr;
     if (value != nullptr || argument == "--synchronous" || argument == "--since") {
       if (i + 1 == argc) {
         return usageError(argument + " needs a value");
@@ -177,6 +188,13 @@ int parseOptions(int argc, char** argv, Options& options) {
       } else {
         return usageError("--synchronous takes normal or full, not " + given);
       }
+      if (argument == "--metrics") {
+        try {
+          sim::parseEndpoint(given);
+        } catch (std::invalid_argument const& error) {
+          return usageError("--metrics: " + std::string(error.what()));
+        }
+      }
       continue;
     }
     if (!argument.empty() && argument[0] == '-' && argument != "-") {
@@ -187,8 +205,9 @@ int parseOptions(int argc, char** argv, Options& options) {
   if (session.readOnly && (session.statePath.empty() || !session.importPath.empty())) {
     return usageError("--read-only reads a --state database and cannot --import into it");
   }
-  if (options.follow && (session.statePath.empty() || !session.importPath.empty() ||
-                         !options.exportPath.empty() || !options.files.empty())) {
+  if (options.follow &&
+      (session.statePath.empty() || !session.importPath.empty() || !options.exportPath.empty() ||
+       !options.files.empty() || !options.metrics.empty())) {
     return usageError("--follow reads the change feed of a --state database and runs nothing else");
   }
   if (options.since && !options.follow) {
@@ -243,6 +262,7 @@ bool runStandardInput(sim::Session& session) {
     sim::Terminal terminal(
         "macsec-index-sim> ",
         [&session](std::string_view lineBeforeCursor, std::string_view word) {
+          auto const lock = session.lock();  // the metrics server reads it too
           return sim::completions(session.host(), lineBeforeCursor, word);
         },
         historyPath());
@@ -252,8 +272,41 @@ bool runStandardInput(sim::Session& session) {
   return session.runLines(lines, "<stdin>", {interactive, true});
 }
 
-// Opens the session, runs the commands and exports. Errors of the state (store, files) and
-// unreadable scenario files escape as exceptions.
+// A reader with metrics and no commands to read serves until it is told to stop.
+bool servesUntilStopped(Options const& options) {
+  return options.session.readOnly && !options.metrics.empty() && options.files.empty() &&
+         options.exportPath.empty() && isatty(STDIN_FILENO) == 0;
+}
+
+// The signals that end a reader serving metrics. They are blocked before the metrics server's
+// threads start, which inherit the mask, so that only sigwait takes them.
+sigset_t blockStopSignals() {
+  sigset_t stop;
+  sigemptyset(&stop);
+  sigaddset(&stop, SIGINT);
+  sigaddset(&stop, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &stop, nullptr);
+  return stop;
+}
+
+// Serves the metrics of `session`: a writer's own state, or what a reader's database holds at
+// each scrape.
+std::optional<sim::MetricsServer> serveMetrics(Options const& options,
+                                               sim::Session const& session) {
+  if (options.metrics.empty()) {
+    return std::nullopt;
+  }
+  if (!options.session.readOnly) {
+    return std::make_optional<sim::MetricsServer>(
+        options.metrics, [&session] { return sim::metricsInput(session); });
+  }
+  auto const store = std::make_shared<sim::StoreMetrics>(session, options.session.statePath);
+  return std::make_optional<sim::MetricsServer>(options.metrics,
+                                                [store] { return store->input(); });
+}
+
+// Opens the session, runs the commands and exports. Errors of the state (store, files), of the
+// metrics endpoint and unreadable scenario files escape as exceptions.
 int runSession(Options const& options) {
   if (options.follow) {
     sim::FollowOptions follow;
@@ -265,7 +318,16 @@ int runSession(Options const& options) {
   for (std::string const& file : options.files) {
     openScenario(file);
   }
+  bool const serveOnly = servesUntilStopped(options);
+  sigset_t const stop = serveOnly ? blockStopSignals() : sigset_t{};
   sim::Session session(options.session, std::cout, std::cerr);
+  // Declared after the session, so that it stops serving before the session goes.
+  std::optional<sim::MetricsServer> const metrics = serveMetrics(options, session);
+  if (serveOnly) {
+    int received = 0;
+    sigwait(&stop, &received);
+    return 0;
+  }
   bool ok = true;
   if (options.session.startAgent && options.files.empty()) {
     ok = runStandardInput(session);
@@ -278,6 +340,7 @@ int runSession(Options const& options) {
     }
   }
   if (!options.exportPath.empty()) {
+    auto const lock = session.lock();  // the metrics server may be reading the state
     sim::exportState(session.host(), options.exportPath);
   }
   return ok ? 0 : 1;

@@ -103,6 +103,7 @@ void Session::finish() {
       View const view = eventView(event);
       transcript_.view(view);
       feed.push_back({event.use.fapId, view.object.dump()});
+      ++thresholdEvents_;
     }
     if (store_) {
       store_->commit(monitor_, feed, now);
@@ -111,7 +112,19 @@ void Session::finish() {
   transcript_.stream().flush();
 }
 
+std::uint64_t Session::thresholdEventCount() const {
+  return store_ ? store_->counts().thresholdEvents : thresholdEvents_;
+}
+
+std::optional<std::uint64_t> Session::committedChangeCount() const {
+  if (!store_) {
+    return std::nullopt;
+  }
+  return store_->counts().changes;
+}
+
 void Session::runLine(std::string_view line, bool echo) {
+  std::lock_guard<std::mutex> const guard(mutex_);
   auto const first = line.find_first_not_of(" \t");
   auto const lineWords = words(line);
   if (lineWords.empty()) {

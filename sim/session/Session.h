@@ -7,10 +7,16 @@
 // line is read against the command table, refused when the session is read-only and the command
 // changes state, run, and then its transcript is ended (log summary, threshold events) and what it
 // changed is committed to the store before the next line is read.
+//
+// A session runs its commands on one thread. Another thread (the metrics server) may read it
+// meanwhile, holding lock() while it reads: a line runs under the same lock, so that thread sees
+// the state between two commands, never in the middle of one.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -62,6 +68,15 @@ class Session {
   ResourceMonitor& monitor() { return monitor_; }
   Snapshot snapshot() const { return {host_, monitor_}; }
 
+  // Keeps every line from running while the lock is held; held by runLine while a line runs.
+  std::unique_lock<std::mutex> lock() const { return std::unique_lock<std::mutex>(mutex_); }
+  // The threshold events reported: by every writer of the state database, or without one by this
+  // session since it opened.
+  std::uint64_t thresholdEventCount() const;
+  // The changes of published records that every writer of the state database committed (its
+  // change feed's entries, pruned ones included); none without a state database.
+  std::optional<std::uint64_t> committedChangeCount() const;
+
   // Runs one line: a command, or a comment (kept in the transcript when `echo`). Throws what the
   // command throws (ScenarioError, RefusedError), having changed nothing, or StoreError when the
   // store cannot keep what the command changed.
@@ -88,6 +103,8 @@ class Session {
   std::unique_ptr<Store> store_;
   bool const readOnly_;
   std::size_t const columns_;
+  std::uint64_t thresholdEvents_ = 0;
+  mutable std::mutex mutex_;
 };
 
 // `text` with every byte that is not printable ASCII written as \xNN, so that an error shows the

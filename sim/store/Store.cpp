@@ -328,9 +328,10 @@ Store::Store(std::string path, Access access, Sync sync)
     // A reader writes no file: without a WAL file no writer is at work and the database file is
     // all there is, read as immutable (no locks, no shared-memory file); with one, it reads
     // through the WAL as a writer leaves it, seeing what the writer has committed.
-    std::string const name = write                    ? path_
-                             : exists(path_ + "-wal") ? sqliteUri(path_, "?mode=ro")
-                                                      : sqliteUri(path_, "?mode=ro&immutable=1");
+    seesCommits_ = write || exists(path_ + "-wal");
+    std::string const name = write          ? path_
+                             : seesCommits_ ? sqliteUri(path_, "?mode=ro")
+                                            : sqliteUri(path_, "?mode=ro&immutable=1");
     db_ = std::make_unique<Database>(
         name, write ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
     db_->exec("PRAGMA busy_timeout = 5000");
@@ -690,6 +691,10 @@ Store::Counts Store::counts() const {
     }
     return out;
   });
+}
+
+std::int64_t Store::dataVersion() const {
+  return guard("cannot read", [&] { return db_->value("PRAGMA data_version"); });
 }
 
 void Store::writeChanges() {

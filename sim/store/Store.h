@@ -92,6 +92,13 @@ class Store {
   };
   Counts counts() const;
 
+  // For a reader: whether it reads through a writer's WAL and so sees each commit, rather than the
+  // database file alone as it was when opened (no writer had it open then).
+  bool seesCommits() const { return seesCommits_; }
+  // A number that changes whenever another connection commits to the database (SQLite's
+  // data_version); constant for a reader that does not see commits.
+  std::int64_t dataVersion() const;
+
  private:
   class Watch;
   struct Changes;
@@ -130,6 +137,7 @@ class Store {
   std::unique_ptr<Database> db_;
   bool hasSchema_ = false;
   bool created_ = false;
+  bool seesCommits_ = true;
 
   Switch const* host_ = nullptr;
   std::unique_ptr<Changes> changes_;

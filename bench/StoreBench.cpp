@@ -1,16 +1,24 @@
 // The simulator's store: what one scenario command costs once its changes are written to the
-// database, with 1K and 16K MACsec interfaces already stored, and how long a simulator takes to
-// start from a database holding 16K of them (open, load, a new agent, the first commit).
+// database, with 1K and 16K MACsec interfaces already stored, with and without a follower of the
+// change feed; how long a committed change takes to reach the follower; what a metrics scrape
+// costs, of the writer and of a reader; and how long a simulator takes to start from a database
+// holding 16K of them (open, load, a new agent, the first commit).
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <sstream>
+#include <streambuf>
+#include <thread>
 
 #include <fmt/format.h>
 
+#include "sim/metrics/SessionMetrics.h"
 #include "sim/session/Session.h"
+#include "sim/store/Feed.h"
 
 namespace {
 
@@ -61,6 +69,110 @@ void storeCommand(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * 2);
 }
 
+// Counts the lines written to it, dropping the text.
+class LineCounter : public std::streambuf {
+ public:
+  std::uint64_t lines() const { return lines_.load(); }
+
+ protected:
+  int overflow(int c) override {
+    if (c == '\n') {
+      lines_.fetch_add(1);
+    }
+    return c;
+  }
+
+ private:
+  std::atomic<std::uint64_t> lines_{0};
+};
+
+// `--follow` of the database on a thread of its own until destroyed.
+class Follower {
+ public:
+  explicit Follower(std::string const& path)
+      : thread_([this, path] {
+          sim::FollowOptions options;
+          options.stop = [this] { return stop_.load(); };
+          std::ostream out(&counter_);
+          sim::followFeed(path, options, out);
+        }) {}
+  ~Follower() {
+    stop_ = true;
+    thread_.join();
+  }
+  std::uint64_t lines() const { return counter_.lines(); }
+
+ private:
+  LineCounter counter_;
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
+};
+
+void storeCommandFollowed(benchmark::State& state) {
+  StoredSwitch world(state.range(0));
+  Follower const follower(world.database.path);
+  std::string const port = fmt::format("Ethernet{}", world.ports + 1);
+  std::string const on = "macsec on " + port;
+  std::string const off = "macsec off " + port;
+  for (auto _ : state) {
+    world.session->runLine(on, false);
+    world.session->runLine(off, false);
+  }
+  state.SetItemsProcessed(state.iterations() * 2);
+  state.counters["feed lines"] = double(follower.lines());
+}
+
+// From the end of a command's commit to its first feed line printed by the follower (which looks
+// at the database every 10 ms while nothing changes).
+void feedLatency(benchmark::State& state) {
+  StoredSwitch world(state.range(0));
+  Follower const follower(world.database.path);
+  std::string const port = fmt::format("Ethernet{}", world.ports + 1);
+  bool on = true;
+  for (auto _ : state) {
+    std::uint64_t const before = follower.lines();
+    world.session->runLine((on ? "macsec on " : "macsec off ") + port, false);
+    auto const committed = std::chrono::steady_clock::now();
+    while (follower.lines() == before) {
+      std::this_thread::yield();
+    }
+    state.SetIterationTime(
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - committed).count());
+    on = !on;
+  }
+}
+
+// A scrape of the writer's own state: the utilisation and summary views and the counters.
+void scrapeWriter(benchmark::State& state) {
+  StoredSwitch world(state.range(0));
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(sim::metricsInput(*world.session));
+  }
+}
+
+// A scrape by a reader of the database: after a commit (the state loaded again), or with nothing
+// committed since the scrape before (range 1 == 0).
+void scrapeReader(benchmark::State& state) {
+  StoredSwitch world(state.range(0));
+  bool const changed = state.range(1) != 0;
+  sim::SessionOptions options;
+  options.statePath = world.database.path;
+  options.readOnly = true;
+  sim::Session const reader(options, world.quiet, world.quiet);
+  sim::StoreMetrics metrics(reader, world.database.path);
+  std::string const port = fmt::format("Ethernet{}", world.ports + 1);
+  bool on = true;
+  for (auto _ : state) {
+    if (changed) {
+      state.PauseTiming();
+      world.session->runLine((on ? "macsec on " : "macsec off ") + port, false);
+      on = !on;
+      state.ResumeTiming();
+    }
+    benchmark::DoNotOptimize(metrics.input());
+  }
+}
+
 void startFromStore(benchmark::State& state) {
   StoredSwitch world(state.range(0));
   for (auto _ : state) {
@@ -78,6 +190,28 @@ BENCHMARK(storeCommand)
     ->Arg(1024)
     ->Arg(16384)
     ->Unit(benchmark::kMicrosecond);
+BENCHMARK(storeCommandFollowed)
+    ->Name("store: macsec on + off with commits, a follower of the feed running")
+    ->Arg(1024)
+    ->Arg(16384)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(feedLatency)
+    ->Name("store: a commit to its first feed line at the follower")
+    ->Arg(1024)
+    ->Arg(16384)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(scrapeWriter)
+    ->Name("metrics: a scrape of the writer")
+    ->Arg(1024)
+    ->Arg(16384)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(scrapeReader)
+    ->Name("metrics: a scrape of a reader, after a commit / nothing committed")
+    ->Args({1024, 1})
+    ->Args({16384, 1})
+    ->Args({16384, 0})
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(startFromStore)
     ->Name("store: start from a database, MACsec interfaces stored")
     ->Arg(16384)

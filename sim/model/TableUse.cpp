@@ -35,6 +35,36 @@ std::vector<std::size_t> distinctEntries(OruMacSec::IndexFapStatus const& status
   return counts;
 }
 
+TableUse use(U16 fapId, std::size_t slot, std::size_t used, U16 limit) {
+  unsigned const percent = limit == 0 ? 100 : unsigned(used * 100 / limit);
+  return {fapId, U16(slot / kTables), OruMacSec::kEngineTables[slot % kTables], used,
+          OruMacSec::freeEntryCount(used, limit), limit, percent};
+}
+
+// What the running agent's tables book for the FAP, when it serves the FAP with every table of
+// its chip policy (an agent books them all as it starts serving the FAP); nothing otherwise.
+std::optional<std::vector<std::size_t>> agentBookings(Switch const& host, U16 fapId,
+                                                      ChipPolicy const& policy) {
+  OruMacSec::IndexSm const* const agent = host.agent();
+  auto const machine =
+      agent != nullptr ? agent->indexFapSm(LogicalFap::LogicalFapId(fapId)) : nullptr;
+  if (!machine || machine->oruMacSecEngineResourcesSize() != policy.numEngineInstances()) {
+    return std::nullopt;
+  }
+  std::vector<std::size_t> counts;
+  counts.reserve(std::size_t(policy.numEngineInstances()) * kTables);
+  for (U16 engine = 0; engine < policy.numEngineInstances(); ++engine) {
+    auto const resources = machine->oruMacSecEngineResources(engine);
+    for (OruMacSec::EngineTable const table : OruMacSec::kEngineTables) {
+      if (!resources || !resources->table(table)) {
+        return std::nullopt;
+      }
+      counts.push_back(resources->table(table)->allocatedIndexSize());
+    }
+  }
+  return counts;
+}
+
 }  // namespace
 
 std::vector<TableUse> tableUse(Switch const& host, std::optional<U16> fapId) {
@@ -50,12 +80,10 @@ std::vector<TableUse> tableUse(Switch const& host, std::optional<U16> fapId) {
     // The tables an agent makes for the FAP follow its chip policy, whatever the status says.
     ChipPolicy const policy(LogicalFap::LogicalFapId(id), host.chip(id));
     U16 const limit = policy.isecDisabledIndex();
-    std::vector<std::size_t> const counts = distinctEntries(*status, policy);
+    std::optional<std::vector<std::size_t>> const booked = agentBookings(host, id, policy);
+    std::vector<std::size_t> const counts = booked ? *booked : distinctEntries(*status, policy);
     for (std::size_t slot = 0; slot < counts.size(); ++slot) {
-      std::size_t const used = counts[slot];
-      unsigned const percent = limit == 0 ? 100 : unsigned(used * 100 / limit);
-      out.push_back({id, U16(slot / kTables), OruMacSec::kEngineTables[slot % kTables], used,
-                     OruMacSec::freeEntryCount(used, limit), limit, percent});
+      out.push_back(use(id, slot, counts[slot], limit));
     }
   }
   return out;

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <memory>
+#include <random>
 #include <sstream>
 #include <streambuf>
 #include <thread>
@@ -123,13 +124,16 @@ void storeCommandFollowed(benchmark::State& state) {
 }
 
 // From the end of a command's commit to its first feed line printed by the follower (which looks
-// at the database every 10 ms while nothing changes).
+// at the database every 10 ms while nothing changes). Commits come at random moments of the
+// follower's sleep, as a writer's would.
 void feedLatency(benchmark::State& state) {
   StoredSwitch world(state.range(0));
   Follower const follower(world.database.path);
   std::string const port = fmt::format("Ethernet{}", world.ports + 1);
+  std::minstd_rand random(1);
   bool on = true;
   for (auto _ : state) {
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 10'000));
     std::uint64_t const before = follower.lines();
     world.session->runLine((on ? "macsec on " : "macsec off ") + port, false);
     auto const committed = std::chrono::steady_clock::now();

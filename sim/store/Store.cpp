@@ -53,16 +53,20 @@ CREATE TABLE engine_state (
   full   INTEGER NOT NULL CHECK (full IN (0, 1)),
   PRIMARY KEY (fap, engine)
 ) STRICT, WITHOUT ROWID;
+-- The checks of the tables written at every command compare with each value in turn: SQLite
+-- codes an IN list of three or more values as a temporary table, built and dropped at each row.
 CREATE TABLE change (
   seq    INTEGER PRIMARY KEY AUTOINCREMENT,
   time   INTEGER NOT NULL,
-  op     TEXT NOT NULL CHECK (op IN ('set', 'del', 'event')),
+  op     TEXT NOT NULL CHECK (op = 'set' OR op = 'del' OR op = 'event'),
   fap    INTEGER NOT NULL CHECK (fap BETWEEN 0 AND 65535),
-  kind   TEXT NOT NULL CHECK (kind IN ('egress', 'ingress', 'disabled', 'fap', 'threshold')),
+  kind   TEXT NOT NULL CHECK (kind = 'egress' OR kind = 'ingress' OR kind = 'disabled' OR
+                              kind = 'fap' OR kind = 'threshold'),
   record TEXT NOT NULL
 ) STRICT;
 CREATE TABLE monitor_value (
-  name  TEXT PRIMARY KEY CHECK (name IN ('changes', 'threshold-events', 'agent-running')),
+  name  TEXT PRIMARY KEY CHECK (name = 'changes' OR name = 'threshold-events' OR
+                                name = 'agent-running'),
   value INTEGER NOT NULL
 ) STRICT, WITHOUT ROWID;
 )sql";

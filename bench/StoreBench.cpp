@@ -146,11 +146,19 @@ void feedLatency(benchmark::State& state) {
   }
 }
 
-// A scrape of the writer's own state: the utilisation and summary views and the counters.
+// A scrape of the writer's own state after a command: the utilisation and summary views and the
+// counters.
 void scrapeWriter(benchmark::State& state) {
   StoredSwitch world(state.range(0));
+  std::string const port = fmt::format("Ethernet{}", world.ports + 1);
+  sim::SessionMetrics metrics(*world.session);
+  bool on = true;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(sim::metricsInput(*world.session));
+    state.PauseTiming();
+    world.session->runLine((on ? "macsec on " : "macsec off ") + port, false);
+    on = !on;
+    state.ResumeTiming();
+    benchmark::DoNotOptimize(metrics.input());
   }
 }
 
@@ -162,8 +170,8 @@ void scrapeReader(benchmark::State& state) {
   sim::SessionOptions options;
   options.statePath = world.database.path;
   options.readOnly = true;
-  sim::Session const reader(options, world.quiet, world.quiet);
-  sim::StoreMetrics metrics(reader, world.database.path);
+  sim::Session reader(options, world.quiet, world.quiet);
+  sim::SessionMetrics metrics(reader);
   std::string const port = fmt::format("Ethernet{}", world.ports + 1);
   bool on = true;
   for (auto _ : state) {

@@ -291,18 +291,13 @@ sigset_t blockStopSignals() {
 
 // Serves the metrics of `session`: a writer's own state, or what a reader's database holds at
 // each scrape.
-std::optional<sim::MetricsServer> serveMetrics(Options const& options,
-                                               sim::Session const& session) {
+std::optional<sim::MetricsServer> serveMetrics(Options const& options, sim::Session& session) {
   if (options.metrics.empty()) {
     return std::nullopt;
   }
-  if (!options.session.readOnly) {
-    return std::make_optional<sim::MetricsServer>(
-        options.metrics, [&session] { return sim::metricsInput(session); });
-  }
-  auto const store = std::make_shared<sim::StoreMetrics>(session, options.session.statePath);
+  auto const metrics = std::make_shared<sim::SessionMetrics>(session);
   return std::make_optional<sim::MetricsServer>(options.metrics,
-                                                [store] { return store->input(); });
+                                                [metrics] { return metrics->input(); });
 }
 
 // Opens the session, runs the commands and exports. Errors of the state (store, files), of the

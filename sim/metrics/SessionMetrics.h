@@ -1,43 +1,33 @@
-// Where the metrics come from: a session's own state (a writer, or a session without a store), or
-// the state database that a read-only session looks at, read again when a writer has committed
-// since the last scrape, so that a reader follows the writer.
+// Where the metrics come from: a session, between two of its commands. A writer's (or a session
+// without a store) serves its own state; a reader's loads the state database again when a writer
+// has committed since the scrape before, so that a reader follows the writer.
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <mutex>
 #include <optional>
-#include <string>
 
 #include "sim/metrics/Metrics.h"
 #include "sim/session/Session.h"
-#include "sim/store/Store.h"
 
 namespace sim {
 
-// The metrics input of `session` as it stands between two of its commands (read under its lock).
-MetricsInput metricsInput(Session const& session);
-
-// The metrics of a state database as it stands at each scrape. The state is loaded again only when
-// a writer committed since the last call (SQLite's data_version), so that a scrape of a database
-// that did not change costs one query.
-class StoreMetrics {
+class SessionMetrics {
  public:
-  // `reader` is the process's own read-only session of `statePath`: no line of it runs while the
-  // state loads.
-  StoreMetrics(Session const& reader, std::string statePath);
+  // `session` must outlive this object.
+  explicit SessionMetrics(Session& session) : session_(session) {}
 
-  // The metrics input of the database now. Safe to call from several threads at once. Throws
-  // StoreError when the database cannot be read.
+  // The metrics input of the session now, worked out again only when what it shows may have
+  // changed (Session::generation). Safe to call from several threads at once, and while the
+  // session runs lines on its own thread. Throws StoreError when a reader's database cannot be
+  // read.
   MetricsInput input();
 
  private:
-  Session const& reader_;
-  std::string const statePath_;
+  Session& session_;
   std::mutex mutex_;
-  std::unique_ptr<Store> store_;
-  std::optional<std::int64_t> loadedVersion_;
-  MetricsInput loaded_;
+  std::optional<std::uint64_t> generation_;  // of the session when `last_` was worked out
+  MetricsInput last_;
 };
 
 }  // namespace sim

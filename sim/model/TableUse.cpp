@@ -37,8 +37,13 @@ std::vector<std::size_t> distinctEntries(OruMacSec::IndexFapStatus const& status
 
 TableUse use(U16 fapId, std::size_t slot, std::size_t used, U16 limit) {
   unsigned const percent = limit == 0 ? 100 : unsigned(used * 100 / limit);
-  return {fapId, U16(slot / kTables), OruMacSec::kEngineTables[slot % kTables], used,
-          OruMacSec::freeEntryCount(used, limit), limit, percent};
+  return {fapId,
+          U16(slot / kTables),
+          OruMacSec::kEngineTables[slot % kTables],
+          used,
+          OruMacSec::freeEntryCount(used, limit),
+          limit,
+          percent};
 }
 
 // What the running agent's tables book for the FAP, when it serves the FAP with every table of

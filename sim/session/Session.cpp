@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <sys/stat.h>
+
 #include <cstdio>
 
 #include "sim/language/Words.h"
@@ -12,13 +14,9 @@ namespace sim {
 
 namespace {
 
-void printWarnings(std::ostream& err, std::string const& source,
-                   std::vector<StateWarning> const& warnings) {
-  for (auto const& w : warnings) {
-    err << "warning: "
-        << printable(fmt::format("{}: table {}, row {}: {}", source, w.table, w.row, w.text))
-        << '\n';
-  }
+bool exists(std::string const& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0;
 }
 
 }  // namespace
@@ -39,6 +37,7 @@ std::string printable(std::string_view text) {
 
 Session::Session(SessionOptions const& options, std::ostream& out, std::ostream& err)
     : err_(err),
+      host_(std::make_unique<Switch>()),
       transcript_(out, options.format),
       sinks_(transcript_),
       clock_(options.clock),
@@ -57,31 +56,70 @@ Session::Session(SessionOptions const& options, std::ostream& out, std::ostream&
       if (options.startAgent) {
         transcript_.comment("# state loaded from " + options.statePath);
       }
-      auto const warnings = store_->load(host_, monitor_);
+      if (readOnly_) {
+        readVersion_ = store_->dataVersion();  // before the load: a commit between reads again
+      }
+      auto const warnings = store_->load(*host_, monitor_);
       out.flush();
-      printWarnings(err_, "state database " + options.statePath, warnings);
+      warn("state database " + options.statePath, warnings);
     }
   }
   if (store_ && !readOnly_) {
-    store_->follow(host_, monitor_);  // from what it holds: an import is then written as a change
+    store_->follow(*host_, monitor_);  // from what it holds: an import is then written as a change
   }
   if (!options.importPath.empty()) {
     try {
-      importState(host_, options.importPath);
+      importState(*host_, options.importPath);
     } catch (...) {
       removeCreatedStore();
       throw;
     }
     out.flush();
-    printWarnings(err_, options.importPath, checkPublished(host_));
+    warn(options.importPath, checkPublished(*host_));
   }
   if (options.startAgent && !readOnly_) {
-    host_.agentStart();
+    host_->agentStart();
   }
   finish();
 }
 
 Session::~Session() = default;
+
+void Session::warn(std::string const& source, std::vector<StateWarning> const& warnings) {
+  for (auto const& w : warnings) {
+    std::string const line =
+        printable(fmt::format("{}: table {}, row {}: {}", source, w.table, w.row, w.text));
+    if (warned_.insert(line).second) {
+      err_ << "warning: " << line << '\n';
+    }
+  }
+}
+
+bool Session::refresh() {
+  if (!store_ || !readOnly_) {
+    return false;
+  }
+  // A reader opened while no writer had the database open reads the file as it was; once a
+  // writer has opened it, a new connection reads through the writer's WAL.
+  if (!store_->seesCommits() && exists(store_->path() + "-wal")) {
+    store_ = std::make_unique<Store>(store_->path(), Store::Access::kReadOnly);
+    readVersion_.reset();
+  }
+  std::int64_t const version = store_->dataVersion();
+  if (readVersion_ == version) {
+    return false;
+  }
+  auto host = std::make_unique<Switch>();
+  ResourceMonitor monitor;
+  auto const warnings = store_->load(*host, monitor);
+  host_ = std::move(host);
+  monitor_ = std::move(monitor);
+  readVersion_ = version;
+  ++generation_;
+  transcript_.stream().flush();
+  warn("state database " + store_->path(), warnings);
+  return true;
+}
 
 void Session::removeCreatedStore() {
   if (!store_ || !store_->created()) {
@@ -99,7 +137,7 @@ void Session::finish() {
   if (!readOnly_) {
     TimeNs const now = clock_.now();
     std::vector<FeedEvent> feed;
-    for (ThresholdEvent const& event : monitor_.check(host_, now)) {
+    for (ThresholdEvent const& event : monitor_.check(*host_, now)) {
       View const view = eventView(event);
       transcript_.view(view);
       feed.push_back({event.use.fapId, view.object.dump()});
@@ -125,6 +163,7 @@ std::optional<std::uint64_t> Session::committedChangeCount() const {
 
 void Session::runLine(std::string_view line, bool echo) {
   std::lock_guard<std::mutex> const guard(mutex_);
+  ++generation_;
   auto const first = line.find_first_not_of(" \t");
   auto const lineWords = words(line);
   if (lineWords.empty()) {
@@ -138,6 +177,7 @@ void Session::runLine(std::string_view line, bool echo) {
     transcript_.command(line.substr(first));
   }
   try {
+    refresh();
     Command const* const command = findCommand(lineWords[0]);
     if (command == nullptr) {
       throw ScenarioError(
@@ -148,7 +188,7 @@ void Session::runLine(std::string_view line, bool echo) {
       throw ScenarioError(
           "the state is open read-only (--read-only): commands that change it are refused");
     }
-    CommandContext context{host_, transcript_, monitor_, columns_};
+    CommandContext context{*host_, transcript_, monitor_, columns_};
     command->run(context, arguments);
   } catch (...) {
     transcript_.commandEnd();

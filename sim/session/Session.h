@@ -19,6 +19,7 @@
 #include <mutex>
 #include <optional>
 #include <ostream>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -62,11 +63,21 @@ class Session {
   Session(Session const&) = delete;
   Session& operator=(Session const&) = delete;
 
-  Switch& host() { return host_; }
-  Switch const& host() const { return host_; }
+  Switch& host() { return *host_; }
+  Switch const& host() const { return *host_; }
   Transcript& transcript() { return transcript_; }
   ResourceMonitor& monitor() { return monitor_; }
-  Snapshot snapshot() const { return {host_, monitor_}; }
+  Snapshot snapshot() const { return {*host_, monitor_}; }
+
+  // For a reader of a state database: loads the state again when a writer has committed since it
+  // was last read (one query when none has), so that what it shows follows the writer. Runs before
+  // each command; another thread may call it holding lock(). Returns whether it loaded. Does
+  // nothing for a writer or without a database. Throws StoreError when the database cannot be read,
+  // keeping the state read before. Warnings about the loaded state are written once each.
+  bool refresh();
+  // Changes whenever what the session shows may have changed: a line ran or the state was loaded
+  // again.
+  std::uint64_t generation() const { return generation_; }
 
   // Keeps every line from running while the lock is held; held by runLine while a line runs.
   std::unique_lock<std::mutex> lock() const { return std::unique_lock<std::mutex>(mutex_); }
@@ -90,12 +101,14 @@ class Session {
   // Ends a command (or the start-up): the log summary, and for a writer the monitor's events and
   // the commit, at one reading of the clock.
   void finish();
+  // Writes the warnings not written before.
+  void warn(std::string const& source, std::vector<StateWarning> const& warnings);
   // Closes the store and removes its files when this session created it (a refused import
   // leaves nothing behind).
   void removeCreatedStore();
 
   std::ostream& err_;
-  Switch host_;
+  std::unique_ptr<Switch> host_;
   Transcript transcript_;
   TranscriptSinks sinks_;
   ResourceMonitor monitor_;
@@ -104,6 +117,9 @@ class Session {
   bool const readOnly_;
   std::size_t const columns_;
   std::uint64_t thresholdEvents_ = 0;
+  std::uint64_t generation_ = 0;
+  std::optional<std::int64_t> readVersion_;  // a reader's: the database's data_version it loaded
+  std::set<std::string> warned_;             // the warnings written, each once
   mutable std::mutex mutex_;
 };
 

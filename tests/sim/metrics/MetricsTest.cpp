@@ -42,17 +42,18 @@ TEST(Metrics, SaySampleBySampleWhatTheViewsSayAlikeForWriterAndReaderAndPassProm
   sim::Session writer(writing, out, out);
   sim::SessionOptions reading = writing;
   reading.readOnly = true;
-  sim::Session const reader(reading, out, out);
-  sim::StoreMetrics store(reader, path);
+  sim::Session reader(reading, out, out);
+  sim::SessionMetrics writerMetrics(writer);
+  sim::SessionMetrics readerMetrics(reader);
   for (char const* line : {"chip 1 isec-disabled=4 esec-disabled=4", "fap add 1 Ethernet1-4",
                            "macsec on Ethernet1-4", "macsec off Ethernet1", "show"}) {
     writer.runLine(line, false);
     // The reader loads the database again after each commit, and only then.
-    EXPECT_EQ(scrape(store.input()), scrape(sim::metricsInput(writer))) << line;
+    EXPECT_EQ(scrape(readerMetrics.input()), scrape(writerMetrics.input())) << line;
   }
   EXPECT_ANY_THROW(writer.runLine("fap add 1", false));  // refused: nothing committed
-  std::string const text = scrape(sim::metricsInput(writer));
-  EXPECT_EQ(scrape(store.input()), text);
+  std::string const text = scrape(writerMetrics.input());
+  EXPECT_EQ(scrape(readerMetrics.input()), text);
   std::string const esec = R"({fap="1",engine="0",table="EsecScTable"} )";
   std::string const isecSc = R"({fap="1",engine="0",table="IsecScTcam"} )";
   for (std::string const& sample :

@@ -56,7 +56,8 @@ Options:
                      database behave as one switch whose agent restarted in between. One writer
                      at a time; readers (sqlite3, --read-only) may look on meanwhile.
   --read-only        opens the database only to read it: the agent does not start and commands
-                     that change state are refused (show and trace work).
+                     that change state are refused (show and trace work). Before each command
+                     the state is read again if a writer has committed since.
   --synchronous normal|full
                      normal (default): a crash of the simulator loses no command; a power loss
                      may lose the last ones. full: a power loss loses none either (one flush to

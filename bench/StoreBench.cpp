@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <random>
 #include <sstream>
 #include <streambuf>
@@ -51,24 +52,18 @@ struct StoredSwitch {
     options.statePath = database.path;
     session = std::make_unique<sim::Session>(options, quiet, quiet);
   }
+  // Switches MACsec on the port without it on, or off again: one command, with its commit.
+  void toggle() {
+    session->runLine(fmt::format("macsec {} Ethernet{}", spareOn ? "off" : "on", ports + 1), false);
+    spareOn = !spareOn;
+  }
 
   std::int64_t const ports;
   std::ostringstream quiet;
   TempDatabase database;
   std::unique_ptr<sim::Session> session;
+  bool spareOn = false;
 };
-
-void storeCommand(benchmark::State& state) {
-  StoredSwitch world(state.range(0));
-  std::string const port = fmt::format("Ethernet{}", world.ports + 1);
-  std::string const on = "macsec on " + port;
-  std::string const off = "macsec off " + port;
-  for (auto _ : state) {
-    world.session->runLine(on, false);
-    world.session->runLine(off, false);
-  }
-  state.SetItemsProcessed(state.iterations() * 2);
-}
 
 // Counts the lines written to it, dropping the text.
 class LineCounter : public std::streambuf {
@@ -109,18 +104,18 @@ class Follower {
   std::thread thread_;
 };
 
-void storeCommandFollowed(benchmark::State& state) {
+// With a follower of the change feed running when range 1 is 1.
+void storeCommand(benchmark::State& state) {
   StoredSwitch world(state.range(0));
-  Follower const follower(world.database.path);
-  std::string const port = fmt::format("Ethernet{}", world.ports + 1);
-  std::string const on = "macsec on " + port;
-  std::string const off = "macsec off " + port;
+  std::optional<Follower> follower;
+  if (state.range(1) != 0) {
+    follower.emplace(world.database.path);
+  }
   for (auto _ : state) {
-    world.session->runLine(on, false);
-    world.session->runLine(off, false);
+    world.toggle();
+    world.toggle();
   }
   state.SetItemsProcessed(state.iterations() * 2);
-  state.counters["feed lines"] = double(follower.lines());
 }
 
 // From the end of a command's commit to its first feed line printed by the follower (which looks
@@ -129,56 +124,37 @@ void storeCommandFollowed(benchmark::State& state) {
 void feedLatency(benchmark::State& state) {
   StoredSwitch world(state.range(0));
   Follower const follower(world.database.path);
-  std::string const port = fmt::format("Ethernet{}", world.ports + 1);
   std::minstd_rand random(1);
-  bool on = true;
   for (auto _ : state) {
     std::this_thread::sleep_for(std::chrono::microseconds(random() % 10'000));
     std::uint64_t const before = follower.lines();
-    world.session->runLine((on ? "macsec on " : "macsec off ") + port, false);
+    world.toggle();
     auto const committed = std::chrono::steady_clock::now();
     while (follower.lines() == before) {
       std::this_thread::yield();
     }
     state.SetIterationTime(
         std::chrono::duration<double>(std::chrono::steady_clock::now() - committed).count());
-    on = !on;
   }
 }
 
-// A scrape of the writer's own state after a command: the utilisation and summary views and the
-// counters.
-void scrapeWriter(benchmark::State& state) {
+// A metrics scrape: of the writer's own state (range 1 == 0) or of a reader of its database, after
+// a command of the writer, or for a reader also with nothing committed since the scrape before
+// (range 2 == 0).
+void scrape(benchmark::State& state) {
   StoredSwitch world(state.range(0));
-  std::string const port = fmt::format("Ethernet{}", world.ports + 1);
-  sim::SessionMetrics metrics(*world.session);
-  bool on = true;
-  for (auto _ : state) {
-    state.PauseTiming();
-    world.session->runLine((on ? "macsec on " : "macsec off ") + port, false);
-    on = !on;
-    state.ResumeTiming();
-    benchmark::DoNotOptimize(metrics.input());
-  }
-}
-
-// A scrape by a reader of the database: after a commit (the state loaded again), or with nothing
-// committed since the scrape before (range 1 == 0).
-void scrapeReader(benchmark::State& state) {
-  StoredSwitch world(state.range(0));
-  bool const changed = state.range(1) != 0;
   sim::SessionOptions options;
   options.statePath = world.database.path;
   options.readOnly = true;
-  sim::Session reader(options, world.quiet, world.quiet);
-  sim::SessionMetrics metrics(reader);
-  std::string const port = fmt::format("Ethernet{}", world.ports + 1);
-  bool on = true;
+  std::optional<sim::Session> reader;
+  if (state.range(1) != 0) {
+    reader.emplace(options, world.quiet, world.quiet);
+  }
+  sim::SessionMetrics metrics(reader ? *reader : *world.session);
   for (auto _ : state) {
-    if (changed) {
+    if (state.range(2) != 0) {
       state.PauseTiming();
-      world.session->runLine((on ? "macsec on " : "macsec off ") + port, false);
-      on = !on;
+      world.toggle();
       state.ResumeTiming();
     }
     benchmark::DoNotOptimize(metrics.input());
@@ -198,14 +174,11 @@ void startFromStore(benchmark::State& state) {
 
 // Two commands per iteration (MACsec on, then off, for one port); the figure per command is half.
 BENCHMARK(storeCommand)
-    ->Name("store: macsec on + off with commits, MACsec interfaces stored")
-    ->Arg(1024)
-    ->Arg(16384)
-    ->Unit(benchmark::kMicrosecond);
-BENCHMARK(storeCommandFollowed)
-    ->Name("store: macsec on + off with commits, a follower of the feed running")
-    ->Arg(1024)
-    ->Arg(16384)
+    ->Name("store: macsec on + off with commits, MACsec interfaces stored, feed followed")
+    ->Args({1024, 0})
+    ->Args({16384, 0})
+    ->Args({1024, 1})
+    ->Args({16384, 1})
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK(feedLatency)
     ->Name("store: a commit to its first feed line at the follower")
@@ -213,16 +186,13 @@ BENCHMARK(feedLatency)
     ->Arg(16384)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
-BENCHMARK(scrapeWriter)
-    ->Name("metrics: a scrape of the writer")
-    ->Arg(1024)
-    ->Arg(16384)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(scrapeReader)
-    ->Name("metrics: a scrape of a reader, after a commit / nothing committed")
-    ->Args({1024, 1})
-    ->Args({16384, 1})
-    ->Args({16384, 0})
+BENCHMARK(scrape)
+    ->Name("metrics: a scrape of the writer / a reader, after a commit / nothing committed")
+    ->Args({1024, 0, 1})
+    ->Args({16384, 0, 1})
+    ->Args({1024, 1, 1})
+    ->Args({16384, 1, 1})
+    ->Args({16384, 1, 0})
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(startFromStore)
     ->Name("store: start from a database, MACsec interfaces stored")

@@ -5,10 +5,10 @@
 // A table's `used` counts the entries the FAP's published status accounts for (see
 // OruMacSec/NamedEntries.h: reserved disabled indexes and the records' entries), each once.
 // While an agent serves the FAP its tables book exactly these, so the use is then read from
-// them, in constant time per table, instead of being counted from the records. `free` is what the table can still
-// hand out before it counts as full (a table is full once it holds `max-limit` entries, its
-// largest index); the percentage is used x 100 / max-limit, rounded down (100 for a table of
-// size 0).
+// them, in constant time per table, instead of being counted from the records. `free` is what the
+// table can still hand out before it counts as full (a table is full once it holds `max-limit`
+// entries, its largest index); the percentage is used x 100 / max-limit, rounded down (100 for a
+// table of size 0).
 #pragma once
 
 #include <cstddef>

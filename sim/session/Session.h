@@ -63,6 +63,8 @@ class Session {
   Session(Session const&) = delete;
   Session& operator=(Session const&) = delete;
 
+  // The switch. A reader's is replaced when refresh() loads the state again: keep no reference to
+  // it across lines.
   Switch& host() { return *host_; }
   Switch const& host() const { return *host_; }
   Transcript& transcript() { return transcript_; }
@@ -84,8 +86,8 @@ class Session {
   // The threshold events reported: by every writer of the state database, or without one by this
   // session since it opened.
   std::uint64_t thresholdEventCount() const;
-  // The changes of published records that every writer of the state database committed (its
-  // change feed's entries, pruned ones included); none without a state database.
+  // The changes of published records that every writer of the state database committed (the set
+  // and del entries of its change feed, pruned ones included); none without a state database.
   std::optional<std::uint64_t> committedChangeCount() const;
 
   // Runs one line: a command, or a comment (kept in the transcript when `echo`). Throws what the

@@ -2,8 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <sys/stat.h>
-
 #include <cstdio>
 
 #include "sim/language/Words.h"
@@ -12,14 +10,7 @@
 
 namespace sim {
 
-namespace {
-
-bool exists(std::string const& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 std::string printable(std::string_view text) {
   std::string out;
@@ -55,9 +46,6 @@ Session::Session(SessionOptions const& options, std::ostream& out, std::ostream&
     if (holdsState) {
       if (options.startAgent) {
         transcript_.comment("# state loaded from " + options.statePath);
-      }
-      if (readOnly_) {
-        readVersion_ = store_->dataVersion();  // before the load: a commit between reads again
       }
       auto const warnings = store_->load(*host_, monitor_);
       out.flush();
@@ -96,17 +84,7 @@ void Session::warn(std::string const& source, std::vector<StateWarning> const& w
 }
 
 bool Session::refresh() {
-  if (!store_ || !readOnly_) {
-    return false;
-  }
-  // A reader opened while no writer had the database open reads the file as it was; once a
-  // writer has opened it, a new connection reads through the writer's WAL.
-  if (!store_->seesCommits() && exists(store_->path() + "-wal")) {
-    store_ = std::make_unique<Store>(store_->path(), Store::Access::kReadOnly);
-    readVersion_.reset();
-  }
-  std::int64_t const version = store_->dataVersion();
-  if (readVersion_ == version) {
+  if (!store_ || !readOnly_ || !store_->changedSinceLoad()) {
     return false;
   }
   auto host = std::make_unique<Switch>();
@@ -114,7 +92,6 @@ bool Session::refresh() {
   auto const warnings = store_->load(*host, monitor);
   host_ = std::move(host);
   monitor_ = std::move(monitor);
-  readVersion_ = version;
   ++generation_;
   transcript_.stream().flush();
   warn("state database " + store_->path(), warnings);

@@ -120,8 +120,7 @@ class Session {
   std::size_t const columns_;
   std::uint64_t thresholdEvents_ = 0;
   std::uint64_t generation_ = 0;
-  std::optional<std::int64_t> readVersion_;  // a reader's: the database's data_version it loaded
-  std::set<std::string> warned_;             // the warnings written, each once
+  std::set<std::string> warned_;  // the warnings written, each once
   mutable std::mutex mutex_;
 };
 

@@ -1,5 +1,7 @@
 #include "sim/store/Database.h"
 
+#include <sys/stat.h>
+
 #include <sqlite3.h>
 
 #include <iterator>
@@ -190,6 +192,11 @@ std::string sqliteUri(std::string const& path, char const* query) {
     out += c == '%' ? "%25" : c == '?' ? "%3f" : c == '#' ? "%23" : std::string(1, c);
   }
   return out + query;
+}
+
+bool fileExists(std::string const& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0;
 }
 
 }  // namespace sim

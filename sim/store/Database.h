@@ -25,6 +25,9 @@ std::string resultCodeName(int code);
 // ("?mode=ro").
 std::string sqliteUri(std::string const& path, char const* query);
 
+// Whether anything exists at `path` (a writer's WAL file beside a database, say).
+bool fileExists(std::string const& path);
+
 class DatabaseError : public std::runtime_error {
  public:
   // `what` is SQLite's message; the error's text adds the code's name: "disk I/O error

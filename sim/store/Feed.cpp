@@ -1,7 +1,6 @@
 #include "sim/store/Feed.h"
 
 #include <sqlite3.h>
-#include <sys/stat.h>
 
 #include <fmt/format.h>
 
@@ -16,11 +15,6 @@
 namespace sim {
 
 namespace {
-
-bool exists(std::string const& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0;
-}
 
 // Runs `work`, turning a DatabaseError into a StoreError that names the file.
 template <class Work>
@@ -42,7 +36,7 @@ class FeedReader {
   // Whether a writer committed since the last call (true the first time the database is read).
   bool changed() {
     if (!db_) {
-      if (!exists(path_ + "-wal")) {
+      if (!fileExists(path_ + "-wal")) {
         return false;
       }
       open();

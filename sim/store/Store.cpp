@@ -291,11 +291,6 @@ std::string fileKind(mode_t mode) {
                           : "a device";
 }
 
-bool exists(std::string const& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0;
-}
-
 bool holdsData(std::string const& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0 && status.st_size > 0;
@@ -310,7 +305,7 @@ Store::Store(std::string path, Access access, Sync sync)
   if (write) {
     // The lock is taken before SQLite opens the file, and the descriptor stays open until after
     // SQLite has closed it: closing another descriptor of the file would drop SQLite's own locks.
-    bool const existed = exists(path_);
+    bool const existed = fileExists(path_);
     lock_.fd = ::open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
     if (lock_.fd < 0) {
       fail(fmt::format("cannot open: {}", std::strerror(errno)));
@@ -328,11 +323,16 @@ Store::Store(std::string path, Access access, Sync sync)
                     "recover it: open it once without --read-only",
                     path_));
   }
+  open(sync);
+}
+
+void Store::open(Sync sync) {
+  bool const write = access_ == Access::kWrite;
   guard("cannot open", [&] {
     // A reader writes no file: without a WAL file no writer is at work and the database file is
     // all there is, read as immutable (no locks, no shared-memory file); with one, it reads
     // through the WAL as a writer leaves it, seeing what the writer has committed.
-    seesCommits_ = write || exists(path_ + "-wal");
+    seesCommits_ = write || fileExists(path_ + "-wal");
     std::string const name = write          ? path_
                              : seesCommits_ ? sqliteUri(path_, "?mode=ro")
                                             : sqliteUri(path_, "?mode=ro&immutable=1");
@@ -442,6 +442,9 @@ std::vector<StateWarning> Store::load(Switch& host, ResourceMonitor& monitor) {
   if (!hasSchema_) {
     return {};
   }
+  // Read before the snapshot: a commit in between makes the next changedSinceLoad() true.
+  std::int64_t const version =
+      guard("cannot read", [&] { return db_->value("PRAGMA data_version"); });
   // One read transaction: every table from the same snapshot, whatever a writer does meanwhile.
   guard("cannot read", [&] { db_->exec("BEGIN"); });
   try {
@@ -521,6 +524,7 @@ std::vector<StateWarning> Store::load(Switch& host, ResourceMonitor& monitor) {
     throw;
   }
   guard("cannot read", [&] { db_->exec("COMMIT"); });
+  loadedVersion_ = version;
   return checkPublished(host);
 }
 
@@ -697,8 +701,15 @@ Store::Counts Store::counts() const {
   });
 }
 
-std::int64_t Store::dataVersion() const {
-  return guard("cannot read", [&] { return db_->value("PRAGMA data_version"); });
+bool Store::changedSinceLoad() {
+  if (!seesCommits_ && fileExists(path_ + "-wal")) {
+    db_.reset();
+    open(Sync::kNormal);  // a reader's connection: the setting is a writer's
+    loadedVersion_.reset();
+  }
+  std::int64_t const version =
+      guard("cannot read", [&] { return db_->value("PRAGMA data_version"); });
+  return loadedVersion_ != version;
 }
 
 void Store::writeChanges() {

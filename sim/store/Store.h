@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -92,12 +93,12 @@ class Store {
   };
   Counts counts() const;
 
-  // For a reader: whether it reads through a writer's WAL and so sees each commit, rather than the
-  // database file alone as it was when opened (no writer had it open then).
-  bool seesCommits() const { return seesCommits_; }
-  // A number that changes whenever another connection commits to the database (SQLite's
-  // data_version); constant for a reader that does not see commits.
-  std::int64_t dataVersion() const;
+  // For a reader: whether the database may hold another state than the last load() read: no load
+  // succeeded yet, or a writer has committed since (one query when none has). A reader opened
+  // while no writer had the database open reads the file alone, as it was; from the first call
+  // after a writer has opened it, it reads through the writer's WAL. Throws StoreError when the
+  // database cannot be opened again.
+  bool changedSinceLoad();
 
  private:
   class Watch;
@@ -111,6 +112,8 @@ class Store {
   // Refuses a path that is not a regular file, or a non-empty file that is not an SQLite
   // database, before SQLite opens it.
   void checkFile() const;
+  // Opens the connection (again, for a reader that starts reading through a writer's WAL).
+  void open(Sync sync);
   void openSchema();
   void writeChanges();
   void writeFap(U16 fapId);
@@ -137,7 +140,8 @@ class Store {
   std::unique_ptr<Database> db_;
   bool hasSchema_ = false;
   bool created_ = false;
-  bool seesCommits_ = true;
+  bool seesCommits_ = true;                    // reads through a writer's WAL (a writer: its own)
+  std::optional<std::int64_t> loadedVersion_;  // SQLite's data_version at the last load
 
   Switch const* host_ = nullptr;
   std::unique_ptr<Changes> changes_;
